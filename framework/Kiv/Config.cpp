@@ -1,0 +1,96 @@
+#include <Kiv/Config.h>
+
+#include <utility>
+
+namespace Kiv
+{
+
+namespace
+{
+
+void Overlay(Config::Table& table, const Config::Table& winner)
+{
+    for (const auto& [name, keys] : winner) {
+        Config::Section& section = table[name];
+        for (const auto& [key, entry] : keys)
+            section[key] = entry;
+    }
+}
+
+const WString* Find(const Config::Table& table, WStringView section, WStringView key)
+{
+    const auto keys = table.find(section);
+    if (keys == table.end())
+        return nullptr;
+    const auto entry = keys->second.find(key);
+    return entry == keys->second.end() ? nullptr : &entry->second.value;
+}
+
+template <class Map>
+bool Erase(Map& map, WStringView name)
+{
+    const auto found = map.find(name);
+    if (found == map.end())
+        return false;
+    map.erase(found);
+    return true;
+}
+
+} // namespace
+
+Config::Config() = default;
+Config::Config(const Config&) = default;
+Config& Config::operator=(const Config&) = default;
+Config::~Config() = default;
+
+const WString* Config::Get(WStringView section, WStringView key) const
+{
+    const WString* value = Find(m_data, section, key);
+    return value ? value : Find(m_defaults, section, key);
+}
+
+void Config::Set(const WString& section, const WString& key, const WString& value)
+{
+    m_data[section][key].value = value;
+}
+
+bool Config::Remove(WStringView section, WStringView key)
+{
+    const auto keys = m_data.find(section);
+    return keys != m_data.end() && Erase(keys->second, key);
+}
+
+bool Config::RemoveSection(WStringView section)
+{
+    return Erase(m_data, section);
+}
+
+void Config::Merge(const Config& other)
+{
+    Overlay(m_data, other.m_data);
+}
+
+void Config::Save(const std::string&, bool)
+{
+    KeepAsStored();
+}
+
+void Config::KeepAsStored()
+{
+    m_stored = m_data;
+}
+
+void Config::LoadDefault(const Config& defaults)
+{
+    Table table = defaults.m_defaults;
+    Overlay(table, defaults.m_data);
+    m_defaults = std::move(table);
+}
+
+void Config::FindDefaults(WStringView section, Section& defaultsOut) const
+{
+    const auto found = m_defaults.find(section);
+    defaultsOut = found == m_defaults.end() ? Section() : found->second;
+}
+
+} // namespace Kiv

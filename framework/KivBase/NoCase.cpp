@@ -1,0 +1,109 @@
+#include <KivBase/NoCase.h>
+
+#include <algorithm>
+#include <span>
+
+#include <KivBase/CaseTable.h>
+
+namespace Kiv
+{
+
+namespace
+{
+
+// The mapping of a unit behind the ASCII range.
+unsigned short Mapped(std::span<const CaseRow> table, unsigned short unit)
+{
+    const auto row = std::ranges::lower_bound(table, unit, {}, &CaseRow::last);
+    if (row == table.end() || unit < row->first || (unit - row->first) % row->stride != 0)
+        return unit;
+    return static_cast<unsigned short>(unit + row->delta);
+}
+
+template <class Result, class View>
+Result Converted(View text, auto convert)
+{
+    Result result(text);
+    std::ranges::transform(result, result.begin(), convert);
+    return result;
+}
+
+// By the lower-case form of each unit, as unsigned values.
+template <class View>
+bool IsLess(View a, View b)
+{
+    return std::ranges::lexicographical_compare(a, b, [](auto x, auto y) {
+        using Unsigned = std::make_unsigned_t<decltype(x)>;
+        return static_cast<Unsigned>(ToLower(x)) < static_cast<Unsigned>(ToLower(y));
+    });
+}
+
+template <class View>
+bool IsSame(View a, View b)
+{
+    return std::ranges::equal(a, b, [](auto x, auto y) { return x == y || ToLower(x) == ToLower(y); });
+}
+
+} // namespace
+
+char ToLower(char unit) noexcept
+{
+    return unit >= 'A' && unit <= 'Z' ? static_cast<char>(unit + ('a' - 'A')) : unit;
+}
+
+char ToUpper(char unit) noexcept
+{
+    return unit >= 'a' && unit <= 'z' ? static_cast<char>(unit - ('a' - 'A')) : unit;
+}
+
+unsigned short ToLower(unsigned short unit) noexcept
+{
+    return unit < 0x80 ? static_cast<unsigned short>(ToLower(static_cast<char>(unit))) : Mapped(LOWER_CASE, unit);
+}
+
+unsigned short ToUpper(unsigned short unit) noexcept
+{
+    return unit < 0x80 ? static_cast<unsigned short>(ToUpper(static_cast<char>(unit))) : Mapped(UPPER_CASE, unit);
+}
+
+std::string ToLower(std::string_view text)
+{
+    return Converted<std::string>(text, [](char unit) { return ToLower(unit); });
+}
+
+std::string ToUpper(std::string_view text)
+{
+    return Converted<std::string>(text, [](char unit) { return ToUpper(unit); });
+}
+
+WString ToLower(WStringView text)
+{
+    return Converted<WString>(text, [](unsigned short unit) { return ToLower(unit); });
+}
+
+WString ToUpper(WStringView text)
+{
+    return Converted<WString>(text, [](unsigned short unit) { return ToUpper(unit); });
+}
+
+bool NoCase::operator()(std::string_view a, std::string_view b) const noexcept
+{
+    return IsLess(a, b);
+}
+
+bool NoCase::IsEqual(std::string_view a, std::string_view b) noexcept
+{
+    return IsSame(a, b);
+}
+
+bool WNoCase::operator()(WStringView a, WStringView b) const noexcept
+{
+    return IsLess(a, b);
+}
+
+bool WNoCase::IsEqual(WStringView a, WStringView b) noexcept
+{
+    return IsSame(a, b);
+}
+
+} // namespace Kiv

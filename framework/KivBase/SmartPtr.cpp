@@ -1,0 +1,8 @@
+#include <KivBase/SmartPtr.h>
+
+namespace Kiv
+{
+
+SPRefCounter::~SPRefCounter() = default;
+
+} // namespace Kiv

@@ -1,0 +1,8 @@
+#include <KivThread/Function.h>
+
+namespace KivThread
+{
+
+Function::~Function() = default;
+
+} // namespace KivThread

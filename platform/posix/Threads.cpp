@@ -1,0 +1,156 @@
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <pthread.h>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+#include <platform/posix/Errors.h>
+#include <platform/posix/Object.h>
+
+namespace KivSys
+{
+
+namespace
+{
+
+class Event : public Object
+{
+public:
+    explicit Event(bool manualReset) : m_manualReset(manualReset) {}
+
+    bool SetSignalled(bool signalled) override
+    {
+        // Notified under the lock: a waiter may destroy the event as soon as it is through.
+        const std::lock_guard lock(m_mutex);
+        m_signalled = signalled;
+        if (signalled)
+            m_changed.notify_all();
+        return true;
+    }
+
+    DWORD Wait(DWORD milliseconds) override
+    {
+        std::unique_lock lock(m_mutex);
+        const auto isSignalled = [this] { return m_signalled; };
+        if (milliseconds == Infinite)
+            m_changed.wait(lock, isSignalled);
+        else if (!m_changed.wait_for(lock, std::chrono::milliseconds(milliseconds), isSignalled))
+            return WaitTimeout;
+        m_signalled = m_manualReset;
+        return WaitObject0;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    const bool m_manualReset;
+    bool m_signalled = false;
+};
+
+// Shared by the thread's handle and the thread, either of which may end first.
+using EndEvent = std::shared_ptr<Event>;
+
+class Thread : public Object
+{
+public:
+    explicit Thread(EndEvent end) : m_end(std::move(end)) {}
+    DWORD Wait(DWORD milliseconds) override { return m_end->Wait(milliseconds); }
+
+private:
+    EndEvent m_end;
+};
+
+struct SignalAtEnd {
+    EndEvent end;
+    ~SignalAtEnd() { end->SetSignalled(true); }
+};
+
+void RunThread(ThreadStart start, void* parameter, const std::string& name, EndEvent end)
+{
+    // The first of the thread's variables is destroyed last: who waits for the thread waits for all of them.
+    const thread_local SignalAtEnd signal{std::move(end)};
+    ::pthread_setname_np(::pthread_self(), name.c_str());
+    start(parameter);
+}
+
+} // namespace
+
+HANDLE CreateEventW(bool manualReset)
+{
+    return HandleOf(new Event(manualReset));
+}
+
+bool SetEvent(HANDLE event)
+{
+    Object* object = ObjectOf(event);
+    return object != nullptr && (object->SetSignalled(true) || Fail(ErrorInvalidHandle));
+}
+
+bool ResetEvent(HANDLE event)
+{
+    Object* object = ObjectOf(event);
+    return object != nullptr && (object->SetSignalled(false) || Fail(ErrorInvalidHandle));
+}
+
+HANDLE CreateThread(ThreadStart start, void* parameter, const char* name)
+{
+    constexpr std::size_t longestName = 15;
+    const auto end = std::make_shared<Event>(true);
+    auto thread = std::make_unique<Thread>(end);
+    try {
+        std::thread(RunThread, start, parameter, std::string(name).substr(0, longestName), end).detach();
+    } catch (const std::system_error&) {
+        SetLastError(ErrorNotEnoughMemory);
+        return nullptr;
+    }
+    return HandleOf(thread.release());
+}
+
+DWORD GetCurrentThreadId()
+{
+    return static_cast<DWORD>(::gettid());
+}
+
+DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds)
+{
+    Object* waitable = ObjectOf(object);
+    const DWORD result = waitable != nullptr ? waitable->Wait(milliseconds) : DWORD{WaitFailed};
+    if (result == WaitFailed)
+        SetLastError(ErrorInvalidHandle);
+    return result;
+}
+
+struct CriticalSection {
+    std::recursive_mutex mutex;
+    DWORD spinCount;
+};
+
+CriticalSection* InitializeCriticalSectionAndSpinCount(DWORD spinCount)
+{
+    return new CriticalSection{{}, spinCount};
+}
+
+void EnterCriticalSection(CriticalSection* section)
+{
+    for (DWORD i = 0; i < section->spinCount; ++i) {
+        if (section->mutex.try_lock())
+            return;
+    }
+    section->mutex.lock();
+}
+
+void LeaveCriticalSection(CriticalSection* section)
+{
+    section->mutex.unlock();
+}
+
+void DeleteCriticalSection(CriticalSection* section)
+{
+    delete section;
+}
+
+} // namespace KivSys

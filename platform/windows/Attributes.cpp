@@ -1,0 +1,63 @@
+#include <cstddef>
+#include <direct.h>
+#include <io.h>
+
+#include <platform/windows/System.h>
+
+namespace KivSys
+{
+
+static_assert(AttributeReadOnly == FILE_ATTRIBUTE_READONLY && AttributeHidden == FILE_ATTRIBUTE_HIDDEN &&
+              AttributeSystem == FILE_ATTRIBUTE_SYSTEM && AttributeDirectory == FILE_ATTRIBUTE_DIRECTORY &&
+              AttributeArchive == FILE_ATTRIBUTE_ARCHIVE && AttributeNormal == FILE_ATTRIBUTE_NORMAL &&
+              AttributeTemporary == FILE_ATTRIBUTE_TEMPORARY && AttributeSparseFile == FILE_ATTRIBUTE_SPARSE_FILE &&
+              AttributeReparsePoint == FILE_ATTRIBUTE_REPARSE_POINT && AttributeOffline == FILE_ATTRIBUTE_OFFLINE &&
+              AttributeNotContentIndexed == FILE_ATTRIBUTE_NOT_CONTENT_INDEXED &&
+              InvalidFileAttributes == INVALID_FILE_ATTRIBUTES);
+
+using NativeData = ::WIN32_FILE_ATTRIBUTE_DATA;
+static_assert(sizeof(FileAttributeData) == sizeof(NativeData) && sizeof(FileTime) == sizeof(::FILETIME) &&
+              offsetof(FileTime, high) == offsetof(::FILETIME, dwHighDateTime) &&
+              offsetof(FileAttributeData, attributes) == offsetof(NativeData, dwFileAttributes) &&
+              offsetof(FileAttributeData, creationTime) == offsetof(NativeData, ftCreationTime) &&
+              offsetof(FileAttributeData, lastAccessTime) == offsetof(NativeData, ftLastAccessTime) &&
+              offsetof(FileAttributeData, lastWriteTime) == offsetof(NativeData, ftLastWriteTime) &&
+              offsetof(FileAttributeData, sizeHigh) == offsetof(NativeData, nFileSizeHigh) &&
+              offsetof(FileAttributeData, sizeLow) == offsetof(NativeData, nFileSizeLow));
+
+DWORD GetFileAttributesA(const char* path)
+{
+    return ::GetFileAttributesA(path);
+}
+
+DWORD GetFileAttributesW(const WCHAR* path)
+{
+    return ::GetFileAttributesW(Wide(path));
+}
+
+bool GetFileAttributesExA(const char* path, FileAttributeData* data)
+{
+    return ::GetFileAttributesExA(path, ::GetFileExInfoStandard, data) != 0;
+}
+
+bool GetFileAttributesExW(const WCHAR* path, FileAttributeData* data)
+{
+    return ::GetFileAttributesExW(Wide(path), ::GetFileExInfoStandard, data) != 0;
+}
+
+int UnlinkA(const char* path)
+{
+    return ::_unlink(path);
+}
+
+int UnlinkW(const WCHAR* path)
+{
+    return ::_wunlink(Wide(path));
+}
+
+int MakeDirectoryA(const char* path)
+{
+    return ::_mkdir(path);
+}
+
+} // namespace KivSys

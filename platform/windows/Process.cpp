@@ -1,0 +1,55 @@
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <io.h>
+
+#include <platform/windows/System.h>
+
+namespace KivSys
+{
+
+bool LocalTime(std::int64_t seconds, std::tm* result)
+{
+    constexpr std::int64_t last = 32535215999; // 3000-12-31T23:59:59
+    const __time64_t time = seconds;
+    return seconds >= 0 && seconds <= last && ::_localtime64_s(result, &time) == 0;
+}
+
+DWORD GetCurrentProcessId()
+{
+    return ::GetCurrentProcessId();
+}
+
+void DisableThreadNotifications()
+{
+    // The module is found by an address inside it.
+    static const char inside = 0;
+    ::HMODULE module = nullptr;
+    const ::DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (::GetModuleHandleExW(flags, reinterpret_cast<const wchar_t*>(&inside), &module) != 0)
+        ::DisableThreadLibraryCalls(module);
+}
+
+std::string TemporaryDirectory()
+{
+    for (const char* name : {"TEMP", "TMP"}) {
+        const char* value = std::getenv(name);
+        if (value != nullptr && *value != 0)
+            return value;
+    }
+    return {};
+}
+
+bool StandardErrorIsTerminal()
+{
+    ::DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
+void MakeStandardStreamsBinary()
+{
+    for (std::FILE* stream : {stdin, stdout, stderr})
+        ::_setmode(::_fileno(stream), _O_BINARY);
+}
+
+} // namespace KivSys

@@ -1,0 +1,28 @@
+// The system's own declarations beside ours. Ours come first and keep their names inside KivSys; the system's are
+// written with :: in front.
+#pragma once
+
+#include <platform/Platform.h>
+
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+namespace KivSys
+{
+
+static_assert(sizeof(WCHAR) == sizeof(wchar_t) && sizeof(DWORD) == sizeof(::DWORD) && sizeof(LONG) == sizeof(::LONG));
+
+inline const wchar_t* Wide(const WCHAR* text)
+{
+    return reinterpret_cast<const wchar_t*>(text);
+}
+
+inline wchar_t* Wide(WCHAR* text)
+{
+    return reinterpret_cast<wchar_t*>(text);
+}
+
+} // namespace KivSys

@@ -1,0 +1,179 @@
+// Conversions between character sets, whole and in pieces.
+#include <algorithm>
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <KivCharset/Conv.h>
+
+using Kiv::CHARSET;
+using Kiv::WString;
+using KivCharset::Conv;
+using namespace Kiv::Literals;
+
+namespace
+{
+
+constexpr CHARSET CodePage(std::uint32_t number)
+{
+    return static_cast<CHARSET>(number);
+}
+
+std::string BytesOf(const WString& units)
+{
+    return Conv::FromWide(CHARSET::WIDE, units);
+}
+
+struct Sample {
+    CHARSET charset;
+    std::string bytes;
+    WString units;
+
+    friend std::ostream& operator<<(std::ostream& out, const Sample& sample)
+    {
+        return out << static_cast<std::uint32_t>(sample.charset) << ": " << testing::PrintToString(sample.bytes);
+    }
+};
+
+const Sample SAMPLES[] = {
+    {CodePage(932), "A\x82\xA0\x8A\xBF\x83\\\xB1\xE0\x9Fz", u"A\u3042\u6F22\u30BD\uFF71\u71F9z"_w},
+    {CodePage(936), "a\xC4\xE3\x81@z", u"a\u4F60\u4E02z"_w},
+    {CodePage(949), "a\xB0\xA1\x81\x41z", u"a\uAC00\uAC02z"_w},
+    {CodePage(950), "a\xA4@\xA4\xFEz", u"a\u4E00\u4E19z"_w},
+    {CodePage(54936), "a\x81\x30\x81\x30\xC4\xE3\x90\x30\x81\x30z", u"a\u0080\u4F60\U00010000z"_w},
+    {CodePage(1252), "a\x80\xE9\x81\xFF", u"a\u20AC\u00E9\u0081\u00FF"_w},
+    {CodePage(1251), "\xCF\xF0\x98", u"\u041F\u0440\u0098"_w},
+    {CHARSET::UTF8, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z", u"a\u00E9\u20AC\U0001F600z"_w},
+    {CHARSET::UTF8, "\xE2\x82\x62\xFF\xF0\x9F\x98", u"\xDCE2\xDC82\x62\xDCFF\xDCF0\xDC9F\xDC98"_w},
+    {CHARSET::UTF16, BytesOf(u"a\U0001F600z"_w), u"a\U0001F600z"_w},
+};
+
+// Converts the text up to the cut as one that goes on, the rest as one that ends, each through a destination of the
+// capacity given for as long as that gets on.
+std::string InPieces(const Conv::ConversionClass& conversion, const std::string& text, std::size_t cut,
+                     std::size_t capacity)
+{
+    std::string result;
+    std::string destination(capacity, '\0');
+    std::size_t begin = 0;
+    for (const std::size_t end : {std::min(cut, text.size()), text.size()}) {
+        std::size_t consumed = 1;
+        for (std::size_t produced = 0; consumed != 0; begin += consumed) {
+            conversion(text.data() + begin, end - begin, consumed, destination.data(), capacity, produced,
+                       end == text.size(), false);
+            EXPECT_LE(produced, capacity);
+            result.append(destination, 0, produced);
+        }
+    }
+    return result;
+}
+
+class CharsetSample : public testing::TestWithParam<Sample>
+{
+protected:
+    void SetUp() override
+    {
+        if (!Conv::IsImplemented(GetParam().charset))
+            GTEST_SKIP() << "this system lacks the character set";
+    }
+};
+
+} // namespace
+
+TEST_P(CharsetSample, ShortAndLongTextsConvertThereAndBack)
+{
+    auto [charset, bytes, units] = GetParam();
+    EXPECT_EQ(Conv::ToWide(charset, bytes), units);
+    EXPECT_EQ(Conv::FromWide(charset, units), bytes);
+    bytes += Conv::FromWide(charset, u"|"_w);
+    units += u"|"_w;
+    for (int i = 0; i < 10; ++i) {
+        bytes += bytes;
+        units += units;
+    }
+    EXPECT_TRUE(Conv::ToWide(charset, bytes) == units);
+    EXPECT_TRUE(Conv::FromWide(charset, units) == bytes);
+    EXPECT_TRUE(InPieces(Conv::MbToWcConversionFunction(charset), bytes, 5000, 8192) == BytesOf(units));
+}
+
+TEST_P(CharsetSample, CutsAndNarrowDestinationsChangeNothing)
+{
+    const auto& [charset, bytes, units] = GetParam();
+    const std::string wide = BytesOf(units);
+    for (const std::size_t capacity : {8u, 9u, 13u, 100u}) {
+        for (std::size_t cut = 0; cut <= bytes.size(); ++cut)
+            EXPECT_EQ(InPieces(Conv::MbToWcConversionFunction(charset), bytes, cut, capacity), wide) << cut;
+        for (std::size_t cut = 0; cut <= wide.size(); ++cut)
+            EXPECT_EQ(InPieces(Conv::WcToMbConversionFunction(charset), wide, cut, capacity), bytes) << cut;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sets, CharsetSample, testing::ValuesIn(SAMPLES));
+
+TEST(Charset, WhatCannotBeConvertedIsReplacedOrStoppedAt)
+{
+    struct Row {
+        Conv::ConversionClass conversion;
+        std::string source, replaced;
+        std::size_t broken;
+    };
+    const std::string before(5001, 'x');
+    const Row ROWS[] = {
+        {Conv::WcToMbConversionFunction(CodePage(1252)),
+         BytesOf(u"ab\u4E00"
+                 u"cd"_w),
+         "ab?cd", 4},
+        {Conv::FastConversionFunction(CodePage(932), CHARSET::UTF8), "\x82\xA0\x82", "\xE3\x81\x82\xEF\xBF\xBD", 2},
+        {Conv::FastConversionFunction(CHARSET::UTF8, CodePage(1252)), before + "\xE3\x81\x82" + before,
+         before + "?" + before, 5001},
+    };
+    for (const Row& row : ROWS) {
+        std::string destination(20000, '\0');
+        std::size_t consumed, produced;
+        EXPECT_FALSE(row.conversion(row.source.data(), row.source.size(), consumed, destination.data(),
+                                    destination.size(), produced, true, false));
+        EXPECT_EQ(consumed, row.source.size());
+        EXPECT_EQ(destination.substr(0, produced), row.replaced);
+        EXPECT_FALSE(row.conversion(row.source.data(), row.source.size(), consumed, destination.data(),
+                                    destination.size(), produced, true, true));
+        EXPECT_EQ(consumed, row.broken);
+    }
+}
+
+TEST(Charset, ACharacterCutByThePieceIsLeftAndNoFault)
+{
+    char destination[8];
+    std::size_t consumed, produced;
+    EXPECT_TRUE(Conv::MbToWcConversionFunction(CodePage(932))("A\x82", 2, consumed, destination, sizeof destination,
+                                                              produced, false, true));
+    EXPECT_EQ(consumed, 1u);
+    EXPECT_EQ(produced, 2u);
+}
+
+TEST(Charset, ASetWithShiftStatesIsConvertedInOnePiece)
+{
+    const WString units(3000, 0x3042);
+    const std::string bytes = Conv::FromWide(CodePage(65000), units);
+    std::string destination(6000, '\0');
+    std::size_t consumed, produced;
+    const auto conversion = Conv::MbToWcConversionFunction(CodePage(65000));
+    conversion(bytes.data(), bytes.size(), consumed, destination.data(), 6000, produced, false, false);
+    EXPECT_EQ(consumed, 0u);
+    conversion(bytes.data(), bytes.size(), consumed, destination.data(), 6000, produced, true, false);
+    EXPECT_EQ(consumed, bytes.size());
+    EXPECT_TRUE(destination == BytesOf(units));
+}
+
+TEST(Charset, UnimplementedSetsAreKnownAndConvertNothing)
+{
+    EXPECT_EQ(Conv::ToWide(CHARSET::WIDE, std::string_view("a\0b", 3)), u"a"_w) << "implemented, and cut";
+    for (const std::uint32_t number : {0u, 2u, 65535u, 65536u + 1252, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(number);
+        EXPECT_FALSE(Conv::IsImplemented(CodePage(number)));
+        EXPECT_EQ(Conv::ToWide(CodePage(number), "abc"), WString());
+        EXPECT_EQ(Conv::FromWide(CodePage(number), u"abc"_w), "");
+        EXPECT_EQ(InPieces(Conv::FastConversionFunction(CHARSET::UTF8, CodePage(number)), "abc", 3, 8), "");
+    }
+}

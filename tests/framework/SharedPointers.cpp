@@ -1,0 +1,108 @@
+#include <KivBase/SmartPtr.h>
+
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+using namespace Kiv;
+
+namespace
+{
+
+std::atomic<int> alive{0};
+
+struct CountedBase : SPRefCounter {
+    CountedBase() { ++alive; }
+    ~CountedBase() override { --alive; }
+};
+
+struct PlainBase {
+    PlainBase() { ++alive; }
+    PlainBase(const PlainBase&) = delete;
+    virtual ~PlainBase() { --alive; }
+};
+
+template <class Base_>
+struct Form {
+    using Base = Base_;
+    struct Derived : Base {
+        int value = 7;
+    };
+};
+
+template <class Form>
+struct SmartPtrForms : testing::Test {
+    using Base = typename Form::Base;
+    using Derived = typename Form::Derived;
+    ~SmartPtrForms() override { EXPECT_EQ(alive, 0); }
+};
+
+using Forms = testing::Types<Form<CountedBase>, Form<PlainBase>>;
+TYPED_TEST_SUITE(SmartPtrForms, Forms);
+
+} // namespace
+
+static_assert(sizeof(SmartPtr<CountedBase>) == sizeof(void*));
+static_assert(sizeof(SmartPtr<PlainBase>) == 2 * sizeof(void*));
+
+TYPED_TEST(SmartPtrForms, DeletesTheObjectWithItsLastShare)
+{
+    auto first = MakeShared<typename TestFixture::Derived>();
+    {
+        auto second = first;
+        auto third = std::move(first);
+        EXPECT_FALSE(first);
+        EXPECT_EQ(second, third);
+        first = second;
+    }
+    EXPECT_EQ(alive, 1);
+    first = *&first;
+    EXPECT_EQ(first->value, 7);
+    first = nullptr;
+    EXPECT_EQ(alive, 0);
+}
+
+TYPED_TEST(SmartPtrForms, SharesOneCountWithItsBase)
+{
+    SmartPtr<typename TestFixture::Base> base;
+    {
+        const auto derived = MakeShared<typename TestFixture::Derived>();
+        base = derived;
+        EXPECT_EQ(base.Get(), derived.Get());
+    }
+    EXPECT_EQ(alive, 1);
+}
+
+TYPED_TEST(SmartPtrForms, CountsOnSeveralThreads)
+{
+    const auto shared = MakeShared<typename TestFixture::Derived>();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([mine = shared] {
+            for (int i = 0; i < 20000; ++i)
+                SmartPtr<typename TestFixture::Base> copy(mine);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(alive, 1);
+}
+
+TEST(SmartPtr, HoldsACountingObjectAgainFromAPlainPointer)
+{
+    const auto first = MakeShared<CountedBase>();
+    {
+        const SmartPtr<CountedBase> again(first.Get());
+        EXPECT_EQ(first->NbRef(), 2);
+    }
+    EXPECT_EQ(first->NbRef(), 1);
+}
+
+TEST(SmartPtr, CountIsNotPartOfTheValue)
+{
+    const auto held = MakeShared<CountedBase>();
+    const CountedBase copy(*held);
+    ++alive; // the implicit copy does not announce itself
+    EXPECT_EQ(copy.NbRef(), 0);
+}

@@ -1,0 +1,87 @@
+// Typed values and dates in words.
+#include <cstdint>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include <Kiv/Variant.h>
+
+using Kiv::DateTime;
+using Kiv::Variant;
+using namespace Kiv::Literals;
+
+TEST(Variant, SaysItsTypeAndItsValueInWords)
+{
+    struct Row {
+        Variant value;
+        std::string_view type;
+        std::string words;
+    };
+    const Row ROWS[] = {
+        {Variant(true), "bool", "true"},
+        {Variant(static_cast<unsigned char>(65)), "uchar", "65"},
+        {Variant(static_cast<short>(-32768)), "short", "-32768"},
+        {Variant(static_cast<unsigned short>(65535)), "ushort", "65535"},
+        {Variant(std::numeric_limits<int>::min()), "int", "-2147483648"},
+        {Variant(4294967295u), "uint", "4294967295"},
+        {Variant(0.1f), "float", "0.1"},
+        {Variant(0.1 + 0.2), "double", "0.30000000000000004"},
+        {Variant(-std::numeric_limits<double>::max()), "double", "-1.7976931348623157e+308"},
+        {Variant(u"\u20AC \xD800"_w), "wstring", "\xE2\x82\xAC \xED\xA0\x80"},
+        {Variant(DateTime()), "datetime", "1970-01-01T00:00:00Z"},
+    };
+    for (const Row& row : ROWS) {
+        EXPECT_EQ(row.value.TypeName(), row.type);
+        EXPECT_EQ(Kiv::Utf8(row.value.AsWString()), row.words);
+    }
+}
+
+TEST(Variant, HasNoFormItWasNotGiven)
+{
+    EXPECT_EQ(Variant().TypeName(), "empty");
+    EXPECT_THROW((void)Variant().AsWString(), Variant::VariantException);
+    EXPECT_THROW((void)Variant(1).As<unsigned int>(), Variant::VariantException);
+    EXPECT_NE(Variant(1), Variant(1u));
+}
+
+TEST(DateTime, IsWrittenAsUtcCalendarTime)
+{
+    struct Row {
+        std::int64_t seconds;
+        const char* text;
+    };
+    constexpr Row ROWS[] = {
+        {0, "1970-01-01T00:00:00Z"},
+        {-1, "1969-12-31T23:59:59Z"},
+        {951868799, "2000-02-29T23:59:59Z"},
+        {4107542400, "2100-03-01T00:00:00Z"},
+        {2147483648, "2038-01-19T03:14:08Z"},
+        {253402300800, "10000-01-01T00:00:00Z"},
+        {1833029933770, "60056-05-28T05:36:10Z"},
+        {-62135596801, "0000-12-31T23:59:59Z"},
+        {-62167219201, "-0001-12-31T23:59:59Z"},
+    };
+    for (const Row& row : ROWS)
+        EXPECT_EQ(DateTime(row.seconds).ToString(), row.text);
+    EXPECT_FALSE(DateTime(std::numeric_limits<std::int64_t>::max()).ToString().empty());
+    EXPECT_FALSE(DateTime(std::numeric_limits<std::int64_t>::min()).ToString().empty());
+}
+
+TEST(DateTime, FileTimesBefore1970AreRefused)
+{
+    const auto seconds = [](std::uint64_t steps) {
+        std::int64_t result = -7;
+        try {
+            Kiv::FileTimeToUnixTime({static_cast<std::uint32_t>(steps), static_cast<std::uint32_t>(steps >> 32)},
+                                    &result);
+        } catch (const Kiv::DateTimeInvalidException&) {
+            EXPECT_EQ(result, -7);
+        }
+        return result;
+    };
+    EXPECT_EQ(seconds(0), -7);
+    EXPECT_EQ(seconds(116'444'735'999'999'999), -7);
+    EXPECT_EQ(seconds(116'444'736'000'000'000), 0);
+    EXPECT_EQ(seconds(116'444'736'019'999'999), 1);
+    EXPECT_EQ(seconds(0xFFFFFFFFFFFFFFFF), 1833029933770);
+}

@@ -1,0 +1,90 @@
+// A folder of a test's own, removed with all that is in it.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <platform/Platform.h>
+
+class Folder
+{
+public:
+    Folder()
+    {
+        static int count = 0;
+        m_path = KivSys::TemporaryDirectory() + "/kiv-platform-" + std::to_string(KivSys::GetCurrentProcessId()) + "-" +
+                 std::to_string(++count);
+        // An interrupted process of the same number may have left one.
+        Remove();
+        KivSys::MakeDirectoryA(m_path.c_str());
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder() { Remove(); }
+
+    // The path of a name in the folder, in the house's form.
+    std::string operator/(const std::string& name) const { return m_path + "\\" + name; }
+    const std::string& Path() const { return m_path; }
+
+private:
+    void Remove() const
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+
+    std::string m_path;
+};
+
+// Wine is held to what it can do; each use says what that is.
+inline bool IsWine()
+{
+    return std::getenv("WINEUSERNAME") != nullptr;
+}
+
+// A handle that is closed at the end of its scope.
+class Opened
+{
+public:
+    explicit Opened(KivSys::HANDLE handle) : m_handle(handle) {}
+    Opened(const Opened&) = delete;
+    Opened& operator=(const Opened&) = delete;
+    ~Opened() { Close(); }
+
+    operator KivSys::HANDLE() const { return m_handle; }
+    explicit operator bool() const { return m_handle != KivSys::InvalidHandle() && m_handle != nullptr; }
+    void Close()
+    {
+        if (*this)
+            KivSys::CloseHandle(m_handle);
+        m_handle = nullptr;
+    }
+
+private:
+    KivSys::HANDLE m_handle;
+};
+
+constexpr KivSys::DWORD ReadWrite = KivSys::DWORD{KivSys::GenericRead} | KivSys::GenericWrite;
+
+inline KivSys::HANDLE OpenFile(const std::string& path, KivSys::DWORD disposition, KivSys::DWORD access = ReadWrite,
+                               KivSys::DWORD share = KivSys::ShareNone, KivSys::DWORD flags = KivSys::AttributeNormal)
+{
+    return KivSys::CreateFileA(path.c_str(), access, share, disposition, flags);
+}
+
+inline void WriteText(const std::string& path, const std::string& text)
+{
+    const Opened file(OpenFile(path, KivSys::CreateAlways));
+    KivSys::DWORD written = 0;
+    KivSys::WriteFile(file, text.data(), static_cast<KivSys::DWORD>(text.size()), &written);
+}
+
+inline std::string ReadText(const std::string& path)
+{
+    const Opened file(OpenFile(path, KivSys::OpenExisting, KivSys::GenericRead, KivSys::ShareRead));
+    std::string text(100, '\0');
+    KivSys::DWORD read = 0;
+    KivSys::ReadFile(file, text.data(), static_cast<KivSys::DWORD>(text.size()), &read);
+    return text.substr(0, read);
+}

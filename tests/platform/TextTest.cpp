@@ -1,0 +1,119 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Folder.h"
+
+namespace
+{
+
+using KivSys::WCHAR;
+using Units = std::vector<WCHAR>;
+
+Units ToWide(unsigned int codePage, const std::string& bytes)
+{
+    const int count = static_cast<int>(bytes.size());
+    Units units(static_cast<std::size_t>(KivSys::MultiByteToWideChar(codePage, bytes.data(), count, nullptr, 0)));
+    const int capacity = static_cast<int>(units.size());
+    EXPECT_EQ(KivSys::MultiByteToWideChar(codePage, bytes.data(), count, units.data(), capacity), capacity);
+    return units;
+}
+
+std::string FromWide(unsigned int codePage, const Units& units)
+{
+    const int count = static_cast<int>(units.size());
+    const int capacity = KivSys::WideCharToMultiByte(codePage, units.data(), count, nullptr, 0);
+    std::string bytes(static_cast<std::size_t>(capacity), '\0');
+    EXPECT_EQ(KivSys::WideCharToMultiByte(codePage, units.data(), count, bytes.data(), capacity), capacity);
+    return bytes;
+}
+
+TEST(CodePages, CharactersConvertBothWays)
+{
+    const struct {
+        unsigned int codePage;
+        std::string bytes;
+        Units units;
+    } rows[] = {
+        {437, "\x81\xE1", {0xFC, 0xDF}},
+        {850, "\x84\xD5", {0xE4, 0x131}},
+        {866, "\x80\xEF", {0x410, 0x44F}},
+        {874, "\x80\xA1\xFB", {0x20AC, 0xE01, 0xE5B}},
+        {932, "a\x82\xA0\xB1\x8A\xBF", {'a', 0x3042, 0xFF71, 0x6F22}},
+        {936, "\xBA\xBA\xD7\xD6", {0x6C49, 0x5B57}},
+        {949, "\xC7\xD1\x81\x41", {0xD55C, 0xAC02}},
+        {950, "\xBA\x7E\xA6\x72", {0x6F22, 0x5B57}},
+        {1250, "\x8A\xB9", {0x160, 0x105}},
+        {1251, "\xCF\xF0\xA8", {0x41F, 0x440, 0x401}},
+        {1252, "\x80\x9F\xE4", {0x20AC, 0x178, 0xE4}},
+        {1253, "\xC1\xF9", {0x391, 0x3C9}},
+        {1254, "\xFD\xDE", {0x131, 0x15E}},
+        {1255, "\xE0\x80", {0x5D0, 0x20AC}},
+        {1256, "\xC7\x81", {0x627, 0x67E}},
+        {1257, "\xE0\xF0", {0x105, 0x161}},
+        {10000, "\x80\xDB", {0xC4, 0x20AC}},
+        {10007, "\x80\xDF", {0x410, 0x44F}},
+        {20127, "az", {'a', 'z'}},
+        {20866, "\xC1\xD1", {0x430, 0x44F}},
+        {28592, "\xA1\xE8", {0x104, 0x10D}},
+        {28605, "\xA4\xBD", {0x20AC, 0x153}},
+        {54936, "\x81\x30\x84\x36\xD7\xD6", {0xA5, 0x5B57}},
+        {65001, "\xE2\x82\xAC\xFF", {0x20AC, 0xDCFF}},
+    };
+    for (const auto& row : rows) {
+        // Wine has no tables for this one.
+        if (row.codePage == 54936 && IsWine())
+            continue;
+        EXPECT_TRUE(KivSys::IsValidCodePage(row.codePage)) << row.codePage;
+        EXPECT_EQ(ToWide(row.codePage, row.bytes), row.units) << row.codePage;
+        EXPECT_EQ(FromWide(row.codePage, row.units), row.bytes) << row.codePage;
+    }
+}
+
+TEST(CodePages, AnUndefinedControlByteIsThatControlCharacter)
+{
+    EXPECT_EQ(ToWide(1252, "a\x81\x9Dz"), (Units{'a', 0x81, 0x9D, 'z'}));
+    EXPECT_EQ(FromWide(1252, {'a', 0x81, 0x9D, 'z'}), "a\x81\x9Dz");
+    // 0x80 is the euro, so this control character has no place.
+    EXPECT_EQ(FromWide(1252, {0x80}), "?");
+    EXPECT_EQ(ToWide(28591, "\x85"), Units{0x85});
+}
+
+TEST(CodePages, WhatHasNoCounterpartIsReplacedUnitByUnit)
+{
+    EXPECT_EQ(FromWide(1252, {'a', 0x3042, 'b', 0xD83D, 0xDE00, 'c'}), "a?b??c");
+    EXPECT_EQ(FromWide(932, {0x3042, 0xE01}), "\x82\xA0?");
+    EXPECT_EQ(FromWide(1252, {0xD800}), "?");
+}
+
+TEST(CodePages, TextLongerThanAnyBlockIsWhole)
+{
+    std::string bytes;
+    Units units;
+    for (int i = 0; i < 5000; ++i) {
+        bytes += i % 7 == 0 ? '\x80' : 'a';
+        units.push_back(i % 7 == 0 ? 0x20AC : 'a');
+    }
+    EXPECT_EQ(ToWide(1252, bytes), units);
+    EXPECT_EQ(FromWide(1252, units), bytes);
+}
+
+TEST(CodePages, FailuresStoreNothingAndSayWhy)
+{
+    WCHAR units[4] = {1, 2, 3, 4};
+    for (const unsigned int codePage : {1252u, 65001u}) {
+        EXPECT_EQ(KivSys::MultiByteToWideChar(codePage, "abcd", 4, units, 3), 0);
+        EXPECT_EQ(KivSys::GetLastError(), KivSys::ErrorInsufficientBuffer);
+        EXPECT_EQ(KivSys::MultiByteToWideChar(codePage, "", 0, units, 3), 0);
+        EXPECT_EQ(KivSys::GetLastError(), KivSys::ErrorInvalidParameter);
+    }
+    EXPECT_EQ(units[3], 4);
+    for (const unsigned int codePage : {5u, 12345u, 65535u}) {
+        EXPECT_FALSE(KivSys::IsValidCodePage(codePage)) << codePage;
+        EXPECT_EQ(KivSys::MultiByteToWideChar(codePage, "a", 1, units, 3), 0);
+        EXPECT_EQ(KivSys::GetLastError(), KivSys::ErrorInvalidParameter);
+    }
+}
+
+} // namespace
