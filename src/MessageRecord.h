@@ -1,0 +1,35 @@
+// Makes the records that exceptions with a catalog message are built from.
+#pragma once
+
+#include <cstdint>
+
+#include <KivBase/Exception.h>
+#include <messages/KivFileMsg-I.h>
+
+namespace KivFile
+{
+
+// Where a message arises: the name of the source file, and the line that the compiler fills in.
+struct ThrowSite {
+    ThrowSite(const char* file, unsigned int line = __builtin_LINE()) : sourceFile(file), sourceLine(line) {}
+
+    const char* sourceFile;
+    std::uint32_t sourceLine;
+};
+
+// The record of a message; the parameters, narrow or wide texts, are %1, %2 and so on. Where a system call failed, the
+// caller stores the error code, read before anything else, with SetLastError:
+//     const auto record = MessageRecord(MessageId::Writing, "src/KivCFile", path);
+//     record->SetLastError(error);
+//     throw WriteErrorException(record);
+template <class... Parameters>
+[[nodiscard]] Kiv::SmartPtr<Kiv::MessageInfo> MessageRecord(MessageId id, ThrowSite site,
+                                                            const Parameters&... parameters)
+{
+    auto record = Kiv::MakeShared<Kiv::MessageInfo>(MESSAGE_MODULE, static_cast<std::uint32_t>(id), site.sourceFile,
+                                                    site.sourceLine);
+    (record->AddParameter(parameters), ...);
+    return record;
+}
+
+} // namespace KivFile

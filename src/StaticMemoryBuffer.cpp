@@ -1,0 +1,136 @@
+#include <KivFile/StaticMemoryBuffer.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+
+#include <KivFile/CFileBuffer.h>
+
+#include <src/SeekTarget.h>
+
+namespace KivFile
+{
+
+namespace
+{
+
+constexpr unsigned int LARGEST_PIECE = 32768;
+constexpr std::uint64_t UNIT = sizeof(Kiv::WString::value_type);
+
+} // namespace
+
+StaticMemoryBuffer::StaticMemoryBuffer(void* data, unsigned int size)
+    : m_size(size), m_data(static_cast<unsigned char*>(data)), m_isConst(false)
+{
+}
+
+// The cast is safe: nothing is written while m_isConst is set.
+StaticMemoryBuffer::StaticMemoryBuffer(const void* data, unsigned int size)
+    : m_size(size), m_data(static_cast<unsigned char*>(const_cast<void*>(data))), m_isConst(true)
+{
+}
+
+StaticMemoryBuffer::~StaticMemoryBuffer() = default;
+
+unsigned int StaticMemoryBuffer::vPut(const void* src, unsigned int n)
+{
+    RequireMutable("StaticMemoryBuffer::Put: Buffer is const!");
+    const unsigned int count = std::min(n, m_size - m_put);
+    if (count != 0)
+        std::memcpy(m_data + m_put, src, count);
+    m_put += count;
+    return count;
+}
+
+unsigned int StaticMemoryBuffer::vTellP() const
+{
+    RequireMutable("StaticMemoryBuffer::TellP: Buffer is const!");
+    return m_put;
+}
+
+unsigned int StaticMemoryBuffer::vSeekP(unsigned int off, Origin origin, Direction direction)
+{
+    RequireMutable("StaticMemoryBuffer::SeekP: Buffer is const!");
+    return m_put = SeekTargetWithin(m_put, m_size, off, origin, direction);
+}
+
+unsigned int StaticMemoryBuffer::vGet(void* dst, unsigned int n)
+{
+    const unsigned int count = Available(n);
+    if (count != 0)
+        std::memcpy(dst, m_data + m_get, count);
+    m_get += count;
+    return count;
+}
+
+unsigned int StaticMemoryBuffer::vSeekG(unsigned int off, Origin origin, Direction direction)
+{
+    return m_get = SeekTargetWithin(m_get, m_size, off, origin, direction);
+}
+
+void StaticMemoryBuffer::vClear()
+{
+    throw std::runtime_error("StaticMemoryBuffer::Clear: Not implemented!");
+}
+
+void StaticMemoryBuffer::vClearMemory()
+{
+    throw std::runtime_error("StaticMemoryBuffer::ClearMemory: Not implemented!");
+}
+
+void StaticMemoryBuffer::vClearEnd()
+{
+    throw std::runtime_error("StaticMemoryBuffer::ClearEnd: Not implemented!");
+}
+
+unsigned int StaticMemoryBuffer::vCopy(Kiv::WString& out, unsigned int n)
+{
+    const unsigned int count = Available(n);
+    const std::uint64_t from = UNIT * m_get;
+    const std::uint64_t unitsThere = from < m_size ? (m_size - from) / UNIT : 0;
+    const auto units = static_cast<std::size_t>(std::min(unitsThere, count / UNIT));
+    if (units != 0) {
+        const std::size_t length = out.size();
+        out.resize(length + units);
+        std::memcpy(out.data() + length, m_data + from, units * UNIT);
+    }
+    m_get += count;
+    return count;
+}
+
+unsigned int StaticMemoryBuffer::vCopy(std::string& out, unsigned int n)
+{
+    const unsigned int count = Available(n);
+    out.append(reinterpret_cast<const char*>(m_data + m_get), count);
+    m_get += count;
+    return count;
+}
+
+unsigned int StaticMemoryBuffer::vCopy(Kiv::BaseBinaryStreamBuf& dst, unsigned int n)
+{
+    const unsigned int count = Available(n);
+    const bool toFile = dynamic_cast<OCFileBufferT<unsigned int>*>(&dst) != nullptr;
+    const unsigned int largestPiece = toFile ? LARGEST_PIECE : count;
+    for (unsigned int done = 0; done < count;) {
+        const unsigned int piece = std::min(count - done, largestPiece);
+        dst.Put(m_data + m_get + done, piece);
+        done += piece;
+    }
+    m_get += count;
+    return count;
+}
+
+void StaticMemoryBuffer::RequireMutable(const char* refusal) const
+{
+    if (m_isConst)
+        throw std::runtime_error(refusal);
+}
+
+// How many of n bytes are there to be read.
+unsigned int StaticMemoryBuffer::Available(unsigned int n) const
+{
+    return std::min(n, m_size - m_get);
+}
+
+} // namespace KivFile

@@ -1,0 +1,96 @@
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <KivFile/DiskBuffer.h>
+#include <platform/Platform.h>
+
+#include "TemporaryDirectory.h"
+
+namespace
+{
+
+using KivFile::DiskBuffer;
+
+class SpillFileTest : public testing::Test
+{
+protected:
+    // The number in the spill file's name; 0 when there is no file, -1 when its name is not as it must be.
+    int Number() const
+    {
+        const std::string name = m_directory.EntryName();
+        const std::string start = "KivDiskBuffer-" + std::to_string(KivSys::GetCurrentProcessId()) + "-";
+        const bool fits = name.starts_with(start) && name.ends_with(".tmp");
+        return name.empty() ? 0 : fits ? std::stoi(name.substr(start.size())) : -1;
+    }
+
+    std::uintmax_t Length() const { return std::filesystem::file_size(m_directory.File(m_directory.EntryName())); }
+
+    TemporaryDirectory m_directory;
+};
+
+std::string All(DiskBuffer& buffer)
+{
+    std::string all;
+    buffer.SeekG(0);
+    buffer.Copy(all, buffer.Size());
+    return all;
+}
+
+TEST_F(SpillFileTest, IsMadeWhenAPositionLeavesTheWindowAndNumberedAnew)
+{
+    DiskBuffer buffer(m_directory.Path(), 16, 16);
+    buffer.Write("fifteen letters", 15);
+    EXPECT_EQ(Number(), 0);
+    buffer.Write("xy", 2);
+    const int number = Number();
+    EXPECT_GT(number, 0);
+    buffer.Clear();
+    buffer.Write("fifteen letters", 15);
+    EXPECT_EQ(Number(), 0);
+    DiskBuffer("", 16, 0).Write("another buffer's", 1);
+    buffer.Write("more than sixteen letters", 25);
+    EXPECT_EQ(Number(), number + 2);
+    buffer.ClearMemory();
+    EXPECT_EQ(Number(), 0);
+}
+
+TEST_F(SpillFileTest, FlushLeavesADirtyWindowInMemory)
+{
+    DiskBuffer buffer(m_directory.Path(), 16, 16);
+    buffer.Write("0123456789abcdef", 16);
+    buffer.Write("ghi", 3);
+    buffer.Flush();
+    EXPECT_EQ(Length(), 16u);
+    EXPECT_EQ(All(buffer), "0123456789abcdefghi");
+}
+
+TEST_F(SpillFileTest, ClearEndForgetsAWindowThatLiesBehindTheNewSize)
+{
+    DiskBuffer buffer(m_directory.Path(), 16, 16);
+    buffer.Write(std::string(100, 'a').data(), 100);
+    buffer.Write("dirty", 5); // the window begins at 100
+    buffer.SeekG(50);
+    buffer.SeekP(10);
+    buffer.ClearEnd();
+    EXPECT_EQ(buffer.TellG(), 10u);
+    // Were the window still dirty, moving it would write behind the end.
+    buffer.SeekP(0);
+    buffer.Write("b", 1);
+    EXPECT_EQ(Length(), 10u);
+    EXPECT_EQ(All(buffer), "baaaaaaaaa");
+}
+
+TEST_F(SpillFileTest, ContentOutlivesAFileThatCannotBeMade)
+{
+    DiskBuffer buffer(m_directory.File("missing"), 16, 4);
+    EXPECT_THROW(buffer.Write("abcd", 4), KivFile::FileCannotOpenException);
+    EXPECT_THROW(buffer.Write("e", 1), KivFile::FileCannotOpenException);
+    EXPECT_EQ(buffer.Size(), 4u);
+    std::filesystem::create_directory(m_directory.File("missing"));
+    buffer.Write("e", 1);
+    EXPECT_EQ(All(buffer), "abcde");
+}
+
+} // namespace

@@ -1,0 +1,57 @@
+// What the tests of files and buffers share.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <stdexcept>
+#include <string>
+
+// A fresh directory for the files of one test.
+class TemporaryDirectory
+{
+public:
+    TemporaryDirectory() { std::filesystem::create_directory(m_path); }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+    ~TemporaryDirectory() { std::filesystem::remove_all(m_path); }
+
+    std::string Path() const { return m_path.string(); }
+    std::string File(const std::string& name = "file") const { return (m_path / name).string(); }
+
+    std::string Make(const std::string& content) const
+    {
+        std::ofstream(m_path / "file", std::ios::binary) << content;
+        return File();
+    }
+
+    std::string Content() const
+    {
+        std::ifstream file(m_path / "file", std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+
+    // The name of the first entry; empty when there is none.
+    std::string EntryName() const
+    {
+        const std::filesystem::directory_iterator entries(m_path);
+        return entries == end(entries) ? "" : entries->path().filename().string();
+    }
+
+private:
+    const std::filesystem::path m_path =
+        std::filesystem::temp_directory_path() / ("kiv-buffers-" + std::to_string(std::random_device()()));
+};
+
+// The words with which an operation is refused; empty when it is not.
+template <class Operation>
+std::string RefusalOf(Operation operation)
+{
+    try {
+        operation();
+    } catch (const std::runtime_error& refusal) {
+        return refusal.what();
+    }
+    return "";
+}

@@ -1,0 +1,109 @@
+// Failures in the middle of a write, which only this system lets a test bring about.
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <sys/resource.h>
+
+#include <gtest/gtest.h>
+
+#include <KivFile/CFileBuffer.h>
+#include <KivFile/DiskBuffer.h>
+
+#include "../TemporaryDirectory.h"
+
+namespace
+{
+
+using File = KivFile::CFileT<unsigned int>;
+
+// While it lives, no file of this process grows beyond the limit.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t limit)
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_old);
+        const rlimit lowered{limit, m_old.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &lowered);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_old);
+        std::signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    rlimit m_old{};
+    void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
+TEST(FullDisk, AWriteThrowsAndStagedBytesStay)
+{
+    File file("/dev/full");
+    file.Open(File::OpenMode::ReadWrite);
+    KivFile::OCFileBufferT<unsigned int> out(&file, 16);
+    out.Write("staged", 6);
+    EXPECT_THROW(out.Flush(), KivFile::WriteErrorException);
+    EXPECT_EQ(out.TellP(), 6u);
+}
+
+TEST(FullDisk, AFailedWriteOutIsResumedWhereItStopped)
+{
+    const TemporaryDirectory directory;
+    File file(directory.File());
+    file.Open(File::OpenMode::Truncate);
+    KivFile::OCFileBufferT<unsigned int> out(&file, 16);
+    out.Write("0123456789abcdef", 15);
+    {
+        const FileSizeLimit limit(6);
+        EXPECT_THROW(out.Flush(), KivFile::WriteErrorException);
+        EXPECT_EQ(out.TellP(), 15u);
+        EXPECT_EQ(out.Size(), 15u);
+        EXPECT_THROW(out.Write("XYZ", 3), KivFile::WriteErrorException);
+    }
+    out.Write("!", 1);
+    out.Flush();
+    EXPECT_EQ(directory.Content(), "0123456789abcdeX!");
+
+    const FileSizeLimit limit(20);
+    EXPECT_THROW(file.Resize(21, false), KivFile::FileException);
+    EXPECT_EQ(file.Size(), 17u);
+}
+
+TEST(FullDisk, DiskBufferCountsWhatAFailedPutStored)
+{
+    for (const unsigned int cacheSize : {0u, 16u}) {
+        const TemporaryDirectory directory;
+        KivFile::DiskBuffer buffer(directory.Path(), 16, cacheSize);
+        const std::string content(100, 'c');
+        {
+            const FileSizeLimit limit(40);
+            EXPECT_THROW(buffer.Write(content.data(), 100), KivFile::WriteErrorException);
+        }
+        EXPECT_EQ(buffer.Size(), 40u);
+        EXPECT_EQ(buffer.TellP(), 40u);
+        buffer.Write("d", 1);
+        std::string read;
+        buffer.SeekG(0);
+        EXPECT_EQ(buffer.Copy(read, 1000), 41u);
+        EXPECT_EQ(read, std::string(40, 'c') + 'd');
+    }
+}
+
+TEST(FullDisk, AFailedReadLeavesNoOldBytesInTheWindow)
+{
+    const TemporaryDirectory directory;
+    KivFile::DiskBuffer buffer(directory.Path(), 16, 16);
+    buffer.Write("0123456789abcdef0123456789ABCDEF", 32);
+    char bytes[16];
+    buffer.Read(bytes, 1); // the window begins at 1
+    std::filesystem::resize_file(directory.File(directory.EntryName()), 20);
+    EXPECT_THROW(buffer.Read(bytes, 16), KivFile::FileException);
+    buffer.SeekG(1);
+    buffer.Read(bytes, 3);
+    EXPECT_EQ(std::string(bytes, 3), "123");
+}
+
+} // namespace
