@@ -231,7 +231,8 @@ void ScratchPeer(benchmark::State& state)
     CountBytes(state, 2 * std::uint64_t{SCRATCH_TOTAL});
 }
 
-BENCHMARK(ScratchOurs)->Unit(benchmark::kMillisecond);
-BENCHMARK(ScratchPeer)->Unit(benchmark::kMillisecond);
+// The first gibibyte costs what the system takes to find the pages, so that only the median tells the two apart.
+BENCHMARK(ScratchOurs)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly();
+BENCHMARK(ScratchPeer)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly();
 
 } // namespace

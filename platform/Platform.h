@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <ctime>
 #include <string>
+#include <vector>
 
 namespace KivSys
 {
@@ -20,6 +21,10 @@ using DWORD = std::uint32_t;
 using LONG = std::int32_t;
 using WCHAR = unsigned short;
 using HANDLE = void*;
+
+// Text of any length that a call yields, without a terminator. A call that fails leaves it as it was.
+using NarrowText = std::string;
+using WideText = std::vector<WCHAR>;
 
 // ---- Errors -------------------------------------------------------------------------------------------------
 
@@ -56,6 +61,7 @@ enum ErrorCode : DWORD {
     ErrorFileTooLarge = 223,
     ErrorMoreData = 234,
     ErrorDirectory = 267,
+    ErrorMappedAlignment = 1132,
     ErrorTimeout = 1460,
     ErrorIoDevice = 1117,
     ErrorNoUnicodeTranslation = 1113,
@@ -181,12 +187,154 @@ DWORD GetFileAttributesW(const WCHAR* path);
 bool GetFileAttributesExA(const char* path, FileAttributeData* data);
 bool GetFileAttributesExW(const WCHAR* path, FileAttributeData* data);
 
+// Stores the read-only, hidden, system, archive, temporary, offline and not-indexed bits; the others are ignored.
+// POSIX: a link has no attributes of its own to store, and its target is left alone; it is never read-only.
+bool SetFileAttributesA(const char* path, DWORD attributes);
+bool SetFileAttributesW(const WCHAR* path, DWORD attributes);
+
+// The path of the file that a path stands for when all symbolic links in its last component are followed; the path
+// itself when it is none. Whether the file exists does not matter.
+std::string FollowLinks(const std::string& path);
+// Puts a file in the place of another one, of which Windows keeps the owner and the rights; a file that does not exist
+// is replaced too.
+bool ReplaceFileA(const char* replaced, const char* replacement);
+// Gives a file the owner and the mode of another one, ahead of a replacement. Does nothing on Windows.
+bool CopyOwnerAndMode(const char* from, const char* to);
+
 // The runtime's unlink: 0 on success, -1 with the last error set.
 int UnlinkA(const char* path);
 int UnlinkW(const WCHAR* path);
 
-// The runtime's mkdir: 0 on success, -1 with the last error set.
+// Copies bytes, times and attributes. An existing target is replaced, or refused with ErrorFileExists when failIfExists
+// is set; a read-only one is refused with ErrorAccessDenied. A failed copy leaves no partial target.
+bool CopyFileA(const char* from, const char* to, bool failIfExists);
+bool CopyFileW(const WCHAR* from, const WCHAR* to, bool failIfExists);
+
+// Gives a file or directory another name. An existing target is never replaced: ErrorAlreadyExists. A file, but no
+// directory, may change its volume.
+bool MoveFileA(const char* from, const char* to);
+bool MoveFileW(const WCHAR* from, const WCHAR* to);
+
+// The runtime's rename: 0 on success, -1 with the last error set. As MoveFile, but within one volume only.
+int RenameA(const char* from, const char* to);
+int RenameW(const WCHAR* from, const WCHAR* to);
+
+// ---- Mapping ------------------------------------------------------------------------------------------------
+
+enum PageProtection : DWORD {
+    PageReadOnly = 2,
+    PageReadWrite = 4,
+};
+
+enum ViewAccess : DWORD {
+    FileMapWrite = 2, // and read
+    FileMapRead = 4,
+};
+
+struct SystemInfo {
+    DWORD allocationGranularity; // what the offset of a view is a multiple of. POSIX: 65536
+};
+
+void GetSystemInfo(SystemInfo* info);
+
+// A mapping of the file's first bytes, as many as the two halves of the size say, not 0. Null on failure. A file that
+// is shorter is lengthened with the space reserved (ErrorDiskFull, and the file as it was, where there is none); for
+// reading only that is ErrorNotEnoughMemory. Closed with CloseHandle; views of it stay valid.
+HANDLE CreateFileMappingW(HANDLE file, DWORD protection, DWORD sizeHigh, DWORD sizeLow);
+
+// Maps size bytes of the mapping, not 0, at an offset that is a multiple of the granularity (else
+// ErrorMappedAlignment). Null on failure: ErrorAccessDenied for bytes behind the mapping, and for an access that its
+// protection does not allow.
+void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, std::size_t size);
+// Writes the view's first size bytes back to the file, 0 for all of them.
+bool FlushViewOfFile(const void* view, std::size_t size);
+bool UnmapViewOfFile(const void* view);
+
+// ---- Directories --------------------------------------------------------------------------------------------
+
+// The runtime's mkdir and rmdir: 0 on success, -1 with the last error set. The path may end in a separator. Removing
+// takes empty directories and links to directories; what a link leads to stays.
 int MakeDirectoryA(const char* path);
+int MakeDirectoryW(const WCHAR* path);
+int RemoveDirectoryA(const char* path);
+int RemoveDirectoryW(const WCHAR* path);
+
+// One entry that a directory search found. Used again for the next entry, it keeps its buffer.
+template <class Text>
+struct FindData : FileAttributeData {
+    Text name;
+};
+using FindDataA = FindData<NarrowText>;
+using FindDataW = FindData<WideText>;
+
+// How a search may be cut short.
+enum FindFlags : DWORD {
+    // Other entries than directories may be left out, ".", ".." and links among them. The caller still tests the
+    // attributes.
+    FindLimitToDirectories = 1,
+    // Attributes that cost a call of their own for each entry may be left unread: then AttributeStoredUnread is among
+    // the attributes and those of AttributesStored are not. Never on Windows. On POSIX it halves the time of a search.
+    FindBasicInfo = 2,
+};
+constexpr DWORD AttributeStoredUnread = 0x08000000;
+constexpr DWORD AttributesStored = AttributeHidden | AttributeSystem | AttributeArchive | AttributeTemporary |
+                                   AttributeOffline | AttributeNotContentIndexed;
+
+// Begins a search for the names that match the last component of the pattern, in which * and ? are wildcards; "." and
+// ".." are among them where the pattern matches them. InvalidHandle() on failure, with the last error set:
+// ErrorFileNotFound when nothing matches. The handle is closed with FindClose. POSIX: a pattern without wildcards finds
+// the name as it is written, and where there is none, the names that differ in letter case only.
+HANDLE FindFirstFileA(const char* pattern, FindDataA* data, DWORD findFlags);
+HANDLE FindFirstFileW(const WCHAR* pattern, FindDataW* data, DWORD findFlags);
+// Finds the next entry; false at the end with ErrorNoMoreFiles.
+bool FindNextFileA(HANDLE search, FindDataA* data);
+bool FindNextFileW(HANDLE search, FindDataW* data);
+
+// The process's current directory.
+bool GetCurrentDirectoryA(NarrowText* path);
+bool GetCurrentDirectoryW(WideText* path);
+
+// The absolute form of a path. That of a drive letter with a colon is the current directory of the drive.
+bool GetFullPathNameA(const char* path, NarrowText* fullPath);
+bool GetFullPathNameW(const WCHAR* path, WideText* fullPath);
+
+// ---- Drives, computer and network names ---------------------------------------------------------------------
+
+enum DriveType : unsigned int {
+    DriveUnknown = 0,
+    DriveNoRootDir = 1,
+    DriveRemovable = 2,
+    DriveFixed = 3,
+    DriveRemote = 4,
+};
+
+// Bit 0 for A: and so on. POSIX: 0.
+DWORD GetLogicalDrives();
+
+// The type of the drive with this root; an empty root asks about the current directory. POSIX: DriveNoRootDir for a
+// root with a drive letter.
+unsigned int GetDriveTypeA(const char* root);
+unsigned int GetDriveTypeW(const WCHAR* root);
+
+// The bytes free for the calling user where the directory lies; an empty one asks about the current directory.
+bool GetDiskFreeSpaceExA(const char* directory, std::uint64_t* freeBytesAvailable);
+bool GetDiskFreeSpaceExW(const WCHAR* directory, std::uint64_t* freeBytesAvailable);
+
+// The computer's name, cut to 15 characters.
+bool GetComputerNameA(NarrowText* name);
+bool GetComputerNameW(WideText* name);
+
+// What WNetGetUniversalName puts at the beginning of its buffer; the name lies in the buffer, too.
+template <class Character>
+struct UniversalNameInfo {
+    Character* universalName;
+};
+
+// The name with server and share of a path on a network connection, as a UniversalNameInfo. Returns an error code, not
+// the last error: ErrorSuccess; ErrorMoreData, with the size needed in *bufferSize; ErrorNotConnected for a local path;
+// ErrorInvalidParameter and others. Sizes are bytes.
+DWORD WNetGetUniversalNameA(const char* path, void* buffer, DWORD* bufferSize);
+DWORD WNetGetUniversalNameW(const WCHAR* path, void* buffer, DWORD* bufferSize);
 
 // ---- Text ---------------------------------------------------------------------------------------------------
 
@@ -203,6 +351,9 @@ bool IsValidCodePage(unsigned int codePage);
 // Bytes 0x80 to 0x9F that a single-byte code page leaves undefined become the control characters of the same value.
 int MultiByteToWideChar(unsigned int codePage, const char* bytes, int count, WCHAR* units, int capacity);
 int WideCharToMultiByte(unsigned int codePage, const WCHAR* units, int count, char* bytes, int capacity);
+
+// What ends a line of a text file: LF on POSIX, CR LF on Windows.
+const char* TextLineEnd();
 
 // ---- Time, process, environment -----------------------------------------------------------------------------
 
@@ -258,7 +409,8 @@ std::string PathFromUser(const std::string& path);
 // The same path as the user would write it.
 std::string PathForUser(const std::string& path);
 
-// Whether standard error is a terminal.
+// Whether standard output and standard error are terminals.
+bool StandardOutputIsTerminal();
 bool StandardErrorIsTerminal();
 // Switches the three standard streams to plain bytes, without line-end translation.
 void MakeStandardStreamsBinary();

@@ -1,10 +1,9 @@
 #include <KivFile/DiskBuffer.h>
 
 #include <algorithm>
-#include <limits>
 
-#include <KivFile/CFileBuffer.h>
 #include <platform/Platform.h>
+#include <src/BufferLimits.h>
 #include <src/SeekTarget.h>
 
 namespace KivFile
@@ -14,9 +13,6 @@ namespace
 {
 
 using SpillFile = CFileT<unsigned int>;
-
-constexpr unsigned int LARGEST_POSITION = std::numeric_limits<unsigned int>::max();
-constexpr unsigned int LARGEST_PIECE = 32768;
 
 } // namespace
 
@@ -108,7 +104,10 @@ std::string DiskBuffer::GetTempFileNameW(const std::string& directory, const std
                                          const std::string& extension)
 {
     const std::string& base = directory.empty() ? ms_defaultDirectory : directory;
-    std::string name = base + "/" + nameTemplate + std::to_string(ms_processId) + "-" + std::to_string(++ms_counter);
+    // A root ends in its separator, and a second one would make a network name of it.
+    const bool endsInSeparator = base.ends_with('/') || base.ends_with('\\');
+    std::string name = base + (endsInSeparator ? "" : "/") + nameTemplate + std::to_string(ms_processId) + "-" +
+                       std::to_string(++ms_counter);
     if (!extension.empty())
         name += "." + extension;
     return name;
@@ -129,7 +128,7 @@ void DiskBuffer::OpenAndSeek(unsigned int offset)
 // Moves the window to an offset that it does not hold.
 void DiskBuffer::EnsureOffsetInCache(unsigned int offset)
 {
-    if (m_cacheSize == 0 || IsInCache(offset))
+    if (m_cacheSize == 0 || IsInCache(offset) || IsWholeContentInCache(offset))
         return;
     if (m_dirty) {
         WriteToFile(m_cache, m_cacheStart, CachedBytes());
@@ -152,8 +151,11 @@ void DiskBuffer::WriteToFile(MemoryBuffer& src, unsigned int offset, unsigned in
 {
     OpenAndSeek(offset);
     src.SeekG(0);
-    OCFileBufferT<unsigned int> file(m_file.get(), 0);
-    src.Copy(file, count);
+    unsigned char piece[LARGEST_PIECE];
+    while (const unsigned int n = src.Get(piece, std::min(count, LARGEST_PIECE))) {
+        m_file->Write(piece, 1, n);
+        count -= n;
+    }
 }
 
 void DiskBuffer::ReadFromFile(void* dst, unsigned int offset, unsigned int count)
@@ -176,6 +178,12 @@ void DiskBuffer::ReadFromFile(MemoryBuffer& dst, unsigned int offset, unsigned i
 bool DiskBuffer::IsInCache(unsigned int offset) const
 {
     return offset >= m_cacheStart && offset - m_cacheStart < m_cacheSize;
+}
+
+// Whether the offset is the end of a content that just fills the window. Moving on would make a file for nothing.
+bool DiskBuffer::IsWholeContentInCache(unsigned int offset) const
+{
+    return !m_file && offset == m_size && m_cacheStart == 0 && m_size == m_cacheSize;
 }
 
 // How many of the n bytes from an offset on lie on the same side of the window's borders.

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 
 #include <platform/Platform.h>
+#include <src/BufferLimits.h>
 #include <src/MessageRecord.h>
 
 namespace KivFile
@@ -14,8 +14,6 @@ namespace
 {
 
 using Record = Kiv::SmartPtr<Kiv::MessageInfo>;
-
-constexpr unsigned int LARGEST_POSITION = std::numeric_limits<unsigned int>::max();
 
 template <class Exception>
 void Raise(const Record& record)
@@ -101,8 +99,10 @@ unsigned int CFileT<unsigned int>::Read(void* dst, unsigned int elementSize, uns
 {
     const std::uint32_t bytes = ByteCount(elementSize, count, Action::Read);
     KivSys::DWORD read = 0;
-    if (!KivSys::ReadFile(m_handle.Get(), dst, bytes, &read))
+    if (!KivSys::ReadFile(m_handle.Get(), dst, bytes, &read)) {
+        m_position += read;
         Throw(Action::Read);
+    }
     Advance(read, Action::Read);
     if (exact && read < bytes) {
         KivSys::SetLastError(KivSys::ErrorHandleEof);
@@ -163,7 +163,10 @@ unsigned int CFileT<unsigned int>::Seek(unsigned int offset, MoveMethod method, 
         throw SeekOutOfRangeException();
     if (forward && method == FromEnd && offset > LARGEST_POSITION - m_size)
         throw SeekOutOfRangeException();
-    MoveFilePointer(forward ? std::int64_t{offset} : -std::int64_t{offset}, method);
+    const bool fits = MoveFilePointer(forward ? std::int64_t{offset} : -std::int64_t{offset}, method);
+    m_size = std::max(m_size, m_position);
+    if (!fits)
+        ThrowTooLarge(Action::Seek);
     return m_position;
 }
 
@@ -176,12 +179,8 @@ void CFileT<unsigned int>::Resize(unsigned int newSize, bool force)
 {
     if (newSize == m_size && !force)
         return;
-    const unsigned int oldSize = m_size;
-    MoveFilePointer(newSize, FromBegin);
-    if (!KivSys::SetEndOfFile(m_handle.Get())) {
-        m_size = oldSize;
+    if (!MoveFilePointer(newSize, FromBegin) || !KivSys::SetEndOfFile(m_handle.Get()))
         Throw(Action::Seek);
-    }
     m_size = newSize;
 }
 
@@ -195,7 +194,9 @@ void CFileT<unsigned int>::Extend(unsigned int count)
 {
     if (count > LARGEST_POSITION - m_size)
         throw SeekOutOfRangeException();
-    MoveFilePointer(count, FromEnd);
+    if (!MoveFilePointer(count, FromEnd))
+        ThrowTooLarge(Action::Seek);
+    m_size = std::max(m_size, m_position);
     if (!KivSys::SetEndOfFile(m_handle.Get()))
         Throw(Action::Seek);
 }
@@ -239,8 +240,8 @@ void CFileT<unsigned int>::MakeSparse()
         KivSys::DeviceIoControl(m_handle.Get(), KivSys::FsctlSetSparse);
 }
 
-// Moves the file pointer; the position and, upward, the size follow it even where it is too large for them.
-void CFileT<unsigned int>::MoveFilePointer(std::int64_t distance, MoveMethod method)
+// Moves the file pointer; the position follows it. Returns whether it still fits 32 bits.
+bool CFileT<unsigned int>::MoveFilePointer(std::int64_t distance, MoveMethod method)
 {
     auto high = static_cast<KivSys::LONG>(distance >> 32);
     const KivSys::DWORD low =
@@ -248,9 +249,7 @@ void CFileT<unsigned int>::MoveFilePointer(std::int64_t distance, MoveMethod met
     if (low == KivSys::InvalidSetFilePointer && KivSys::GetLastError() != KivSys::ErrorSuccess)
         Throw(Action::Seek);
     m_position = low;
-    m_size = std::max(m_size, m_position);
-    if (high != 0)
-        ThrowTooLarge(Action::Seek);
+    return high == 0;
 }
 
 std::uint32_t CFileT<unsigned int>::ByteCount(unsigned int elementSize, unsigned int count, Action action) const

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <stdexcept>
 
+#include <src/BufferLimits.h>
 #include <src/SeekTarget.h>
 
 namespace KivFile
@@ -15,8 +15,6 @@ namespace
 
 using File = CFileT<unsigned int>;
 using Buffer = Kiv::BinaryStreamBufT<unsigned int>;
-
-constexpr unsigned int LARGEST_PIECE = 32768;
 
 // All that is ever staged lies in the one block.
 std::unique_ptr<MemoryBuffer> MakeStaging(unsigned int capacity)
@@ -68,7 +66,7 @@ unsigned int OCFileBufferT<unsigned int>::vPut(const void* src, unsigned int n)
 unsigned int OCFileBufferT<unsigned int>::vTellP() const
 {
     const std::uint64_t position = std::uint64_t{m_file->Tell()} + UnreadIn(m_staging);
-    return static_cast<unsigned int>(std::min<std::uint64_t>(position, std::numeric_limits<unsigned int>::max()));
+    return static_cast<unsigned int>(std::min<std::uint64_t>(position, LARGEST_POSITION));
 }
 
 unsigned int OCFileBufferT<unsigned int>::vSeekP(unsigned int off, Origin origin, Direction direction)
@@ -174,6 +172,9 @@ unsigned int ICFileBufferT<unsigned int>::vGet(void* dst, unsigned int n)
     if (n < m_capacity && UnreadIn(m_staging) == 0)
         FillStaging();
     const unsigned int staged = m_staging->Get(dst, n);
+    if (staged == n)
+        return n;
+    vClear(); // the file moves on, and what was staged no longer lies right before its position
     return staged + ReadFile(static_cast<unsigned char*>(dst) + staged, n - staged);
 }
 
@@ -189,7 +190,7 @@ unsigned int ICFileBufferT<unsigned int>::vSeekG(unsigned int off, Origin origin
     const unsigned int stagedStart = stagedEnd - staged;
     // Only the system knows the end: the file's idea of it rises with every seek behind it.
     const unsigned int target =
-        origin == End ? m_file->Seek(off, File::FromEnd, direction) : SeekTarget(TellG(), 0, off, origin, direction);
+        origin == End ? MoveFileFromEnd(off, direction) : SeekTarget(TellG(), 0, off, origin, direction);
     if (staged != 0 && target >= stagedStart && target <= stagedEnd) {
         MoveFile(stagedEnd);
         m_staging->SeekG(target - stagedStart);
@@ -257,6 +258,19 @@ unsigned int ICFileBufferT<unsigned int>::ReadFile(void* dst, unsigned int n)
         done += read;
     }
     return done;
+}
+
+// A failure may have moved the file all the same; what is staged then belongs to another place.
+unsigned int ICFileBufferT<unsigned int>::MoveFileFromEnd(unsigned int off, Direction direction)
+{
+    const unsigned int stagedEnd = m_file->Tell();
+    try {
+        return m_file->Seek(off, File::FromEnd, direction);
+    } catch (...) {
+        if (m_file->Tell() != stagedEnd)
+            vClear();
+        throw;
+    }
 }
 
 void ICFileBufferT<unsigned int>::MoveFile(unsigned int position)

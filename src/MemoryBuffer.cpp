@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 
 #include <KivFile/CFileBuffer.h>
 #include <KivMem/MemoryPool.h>
 
+#include <src/BufferLimits.h>
 #include <src/SeekTarget.h>
 
 namespace KivFile
@@ -14,9 +14,6 @@ namespace KivFile
 
 namespace
 {
-
-constexpr unsigned int LARGEST_POSITION = std::numeric_limits<unsigned int>::max();
-constexpr unsigned int LARGEST_PIECE = 32768;
 
 struct PoolDelete {
     void operator()(unsigned char* block) const noexcept { KivMem::MemoryPool::Delete(block); }
@@ -55,8 +52,11 @@ unsigned int MemoryBuffer::Capacity() const
 unsigned int MemoryBuffer::vSeekP(unsigned int off, Origin origin, Direction direction)
 {
     const unsigned int target = SeekTarget(m_put, m_size, off, origin, direction);
-    if (target > m_size)
+    if (target > m_size) {
+        if (target - m_size > LARGEST_POSITION - m_put)
+            throw SeekOutOfRangeException();
         Write(nullptr, target - m_size);
+    }
     return m_put = target;
 }
 
@@ -107,13 +107,15 @@ void MemoryBuffer::FreeBlocksFrom(std::size_t index)
     m_getBlock = m_putBlock = Block();
 }
 
-// The block that holds a position; the one right behind the last block is made.
+// The block that holds a position; the one right behind the last block is made. The last byte of a block that would
+// end at 4 GiB has no position behind it and is not used.
 MemoryBuffer::Block MemoryBuffer::BlockAt(unsigned int position)
 {
     const unsigned int index = position / m_blockSize;
     if (index == m_blocks.size())
         AllocChunk();
-    return {m_blocks[index], index * m_blockSize, m_blockSize};
+    const unsigned int start = index * m_blockSize;
+    return {m_blocks[index], start, std::min(m_blockSize, LARGEST_POSITION - start)};
 }
 
 // Calls use(where, length) for the n bytes from a position on, a piece of one block at a time, and advances the

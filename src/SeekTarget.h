@@ -1,11 +1,10 @@
 // The arithmetic of seeks.
 #pragma once
 
-#include <cstdint>
-#include <limits>
-
 #include <KivBase/BinaryStreamBuf.h>
 #include <KivFile/FileException.h>
+
+#include <src/BufferLimits.h>
 
 namespace KivFile
 {
@@ -22,7 +21,7 @@ inline unsigned int SeekTarget(unsigned int position, unsigned int size, unsigne
     if (origin == Buffer::Beginning && !forward)
         throw SeekOutOfRangeException();
     const unsigned int start = origin == Buffer::Beginning ? 0 : origin == Buffer::End ? size : position;
-    const unsigned int room = forward ? std::numeric_limits<unsigned int>::max() - start : start;
+    const unsigned int room = forward ? LARGEST_POSITION - start : start;
     if (off > room)
         throw SeekOutOfRangeException();
     return forward ? start + off : start - off;

@@ -7,6 +7,7 @@
 
 #include <KivFile/CFileBuffer.h>
 
+#include <src/BufferLimits.h>
 #include <src/SeekTarget.h>
 
 namespace KivFile
@@ -15,7 +16,6 @@ namespace KivFile
 namespace
 {
 
-constexpr unsigned int LARGEST_PIECE = 32768;
 constexpr std::uint64_t UNIT = sizeof(Kiv::WString::value_type);
 
 } // namespace

@@ -11,7 +11,7 @@ namespace
 void Overlay(Config::Table& table, const Config::Table& winner)
 {
     for (const auto& [name, keys] : winner) {
-        Config::Section& section = table[name];
+        Config::Section::Keys& section = table[name].Edit();
         for (const auto& [key, entry] : keys)
             section[key] = entry;
     }
@@ -38,6 +38,14 @@ bool Erase(Map& map, WStringView name)
 
 } // namespace
 
+// An owner that is not the only one cannot become it by itself: copies are made on one thread.
+Config::Section::Keys& Config::Section::Edit()
+{
+    if (m_keys.use_count() > 1)
+        m_keys = std::make_shared<Keys>(*m_keys);
+    return *m_keys;
+}
+
 Config::Config() = default;
 Config::Config(const Config&) = default;
 Config& Config::operator=(const Config&) = default;
@@ -51,13 +59,13 @@ const WString* Config::Get(WStringView section, WStringView key) const
 
 void Config::Set(const WString& section, const WString& key, const WString& value)
 {
-    m_data[section][key].value = value;
+    m_data[section].Edit()[key].value = value;
 }
 
 bool Config::Remove(WStringView section, WStringView key)
 {
     const auto keys = m_data.find(section);
-    return keys != m_data.end() && Erase(keys->second, key);
+    return keys != m_data.end() && Erase(keys->second.Edit(), key);
 }
 
 bool Config::RemoveSection(WStringView section)

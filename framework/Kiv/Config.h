@@ -1,7 +1,9 @@
 // Settings: sections of named values, with defaults behind them.
 #pragma once
 
+#include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 
 #include <KivBase/Exception.h>
@@ -49,7 +51,31 @@ public:
 
         friend bool operator==(const Entry&, const Entry&) = default;
     };
-    using Section = std::map<WString, Entry, WNoCase>;
+
+    // The keys of a section. Copies share them until one of the copies is changed, which makes the stored copy of 2000
+    // sections as cheap as their names.
+    class KIV_EXPORT Section
+    {
+    public:
+        using Keys = std::map<WString, Entry, WNoCase>;
+
+        [[nodiscard]] Keys::const_iterator begin() const { return m_keys->begin(); }
+        [[nodiscard]] Keys::const_iterator end() const { return m_keys->end(); }
+        [[nodiscard]] Keys::const_iterator find(WStringView key) const { return m_keys->find(key); }
+        [[nodiscard]] std::size_t size() const { return m_keys->size(); }
+        [[nodiscard]] bool empty() const { return m_keys->empty(); }
+
+        // The keys, for this section alone to be changed. Valid until the section is copied.
+        [[nodiscard]] Keys& Edit();
+
+        friend bool operator==(const Section& a, const Section& b)
+        {
+            return a.m_keys == b.m_keys || *a.m_keys == *b.m_keys;
+        }
+
+    private:
+        std::shared_ptr<Keys> m_keys = std::make_shared<Keys>();
+    };
     using Table = std::map<WString, Section, WNoCase>;
 
     Config();

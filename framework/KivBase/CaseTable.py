@@ -3,7 +3,8 @@
     CaseTable.py > CaseTable.h && clang-format -i CaseTable.h
 
 Python maps a character to its full form. Where that is one character it is the simple form as well. Where it is longer,
-the simple upper-case form is the title-case form (U+1FB3 and its kin), and U+0130 alone has a simple lower-case form.
+the simple upper-case form is the title-case form (U+1FB3 and its kin), the simple folding is the lower-case form
+(U+1E9E and its kin), and U+0130 alone has a simple lower-case form.
 """
 import unicodedata
 
@@ -16,6 +17,10 @@ def lower(char):
 
 def upper(char):
     return next((form for form in (char.upper(), char.title()) if len(form) == 1), char)
+
+
+def fold(char):
+    return next((form for form in (char.casefold(), char.lower()) if len(form) == 1), char)
 
 
 def rows(mapping):
@@ -57,5 +62,7 @@ struct CaseRow {{
 {table("LOWER_CASE", lower)}
 
 {table("UPPER_CASE", upper)}
+
+{table("CASE_FOLDED", fold)}
 
 }} // namespace Kiv""")

@@ -43,15 +43,30 @@ void Handle::Close()
     m_handle = nullptr;
 }
 
+FindHandle& FindHandle::operator=(void* handle)
+{
+    if (handle != m_handle) {
+        Close();
+        m_handle = handle;
+    }
+    return *this;
+}
+
 FindHandle::~FindHandle()
 {
-    if (IsValid())
-        KivSys::FindClose(m_handle);
+    Close();
 }
 
 bool FindHandle::IsValid() const
 {
     return IsSystemHandle(m_handle);
+}
+
+void FindHandle::Close()
+{
+    if (IsValid())
+        KivSys::FindClose(m_handle);
+    m_handle = nullptr;
 }
 
 } // namespace Kiv

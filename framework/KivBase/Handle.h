@@ -31,16 +31,19 @@ private:
 class KIV_EXPORT FindHandle
 {
 public:
+    FindHandle() = default;
     explicit FindHandle(void* handle) : m_handle(handle) {}
     FindHandle(const FindHandle&) = delete;
     FindHandle& operator=(const FindHandle&) = delete;
+    FindHandle& operator=(void* handle);
     virtual ~FindHandle();
 
     [[nodiscard]] void* Get() const { return m_handle; }
     [[nodiscard]] bool IsValid() const;
+    void Close();
 
 private:
-    void* m_handle;
+    void* m_handle = nullptr;
 };
 
 } // namespace Kiv

@@ -28,20 +28,36 @@ Result Converted(View text, auto convert)
     return result;
 }
 
-// By the lower-case form of each unit, as unsigned values.
+// What all letter-case forms of a unit have in common. It is the lower-case form but for letters with several of them,
+// such as the two small sigmas.
+char Folded(char unit)
+{
+    return ToLower(unit);
+}
+
+unsigned short Folded(unsigned short unit)
+{
+    return unit < 0x80 ? ToLower(unit) : Mapped(CASE_FOLDED, unit);
+}
+
+// Whether two units differ in letter case only. Most units that are compared are the same.
+constexpr auto IsSameUnit = [](auto x, auto y) { return x == y || Folded(x) == Folded(y); };
+
+// By the folded form of each unit, as unsigned values.
 template <class View>
 bool IsLess(View a, View b)
 {
-    return std::ranges::lexicographical_compare(a, b, [](auto x, auto y) {
-        using Unsigned = std::make_unsigned_t<decltype(x)>;
-        return static_cast<Unsigned>(ToLower(x)) < static_cast<Unsigned>(ToLower(y));
-    });
+    using Unsigned = std::make_unsigned_t<typename View::value_type>;
+    const auto [x, y] = std::ranges::mismatch(a, b, IsSameUnit);
+    if (x == a.end() || y == b.end())
+        return y != b.end();
+    return static_cast<Unsigned>(Folded(*x)) < static_cast<Unsigned>(Folded(*y));
 }
 
 template <class View>
 bool IsSame(View a, View b)
 {
-    return std::ranges::equal(a, b, [](auto x, auto y) { return x == y || ToLower(x) == ToLower(y); });
+    return std::ranges::equal(a, b, IsSameUnit);
 }
 
 } // namespace

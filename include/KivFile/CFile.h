@@ -88,7 +88,7 @@ public:
 
     // Throws WriteErrorException unless every byte was stored; the position is then behind those that were.
     unsigned int Write(const void* src, unsigned int elementSize, unsigned int count) override;
-    // Throws FileException on failure, and when an exact read comes short.
+    // Throws FileException on failure, and when an exact read comes short; the position is then behind what was read.
     unsigned int Read(void* dst, unsigned int elementSize, unsigned int count, bool exact) override;
 
     // Closes the file.
@@ -113,7 +113,7 @@ public:
                               Direction direction = Kiv::BinaryStreamBufT<unsigned int>::Forward);
     [[nodiscard]] virtual unsigned int Size() const;
     // Cuts or lengthens the file to newSize, where the file pointer is then too. Nothing happens when that is the size
-    // already, unless forced. Throws FileException on failure.
+    // already, unless forced. Throws FileException on failure; the size is then the old one, the position may be newSize.
     virtual void Resize(unsigned int newSize, bool force);
     // Pushes the system's buffers of a writable file to the medium.
     virtual void Flush();
@@ -125,7 +125,7 @@ private:
     [[nodiscard]] void* CreateHandle(OpenMode mode) const;
     [[nodiscard]] bool DriveHoldsSparseFiles() const;
     void MakeSparse();
-    void MoveFilePointer(std::int64_t distance, MoveMethod method);
+    [[nodiscard]] bool MoveFilePointer(std::int64_t distance, MoveMethod method);
     std::uint32_t ByteCount(unsigned int elementSize, unsigned int count, Action action) const;
     void Advance(std::uint32_t count, Action action);
     void ThrowTooLarge(Action action) const;

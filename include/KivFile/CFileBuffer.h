@@ -93,6 +93,7 @@ private:
     void FillStaging();
     unsigned int ReadFile(void* dst, unsigned int n);
     void MoveFile(unsigned int position);
+    unsigned int MoveFileFromEnd(unsigned int off, Direction direction);
 
     CFileT<unsigned int>* const m_file;
     const std::unique_ptr<MemoryBuffer> m_staging;

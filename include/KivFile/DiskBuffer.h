@@ -15,7 +15,7 @@ namespace KivFile
 {
 
 // Scratch content of which only a window (the cache) stays in memory; the rest goes to a spill file, which is made when
-// a position first leaves the window and vanishes when the buffer goes.
+// content first leaves the window and vanishes when the buffer goes.
 //
 // Positions and sizes are bytes. Owns its spill file. One thread at a time; the names of spill files are unique
 // among all buffers of the process.
@@ -70,6 +70,7 @@ private:
     void ReadFromFile(MemoryBuffer& dst, unsigned int offset, unsigned int count);
 
     [[nodiscard]] bool IsInCache(unsigned int offset) const;
+    [[nodiscard]] bool IsWholeContentInCache(unsigned int offset) const;
     [[nodiscard]] unsigned int PieceAt(unsigned int offset, unsigned int n) const;
     [[nodiscard]] unsigned int CachedBytes() const;
     void PutPiece(const unsigned char* src, unsigned int n);

@@ -1,10 +1,16 @@
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <platform/posix/Attributes.h>
 #include <platform/posix/Errors.h>
 #include <platform/posix/Paths.h>
 
@@ -15,23 +21,72 @@ namespace
 {
 
 constexpr mode_t WRITE_BITS = 0222;
-constexpr const char* ATTRIBUTES_NAME = "user.DOSATTRIB";
-constexpr DWORD STORED_ATTRIBUTES = AttributeHidden | AttributeSystem | AttributeArchive | AttributeTemporary |
-                                    AttributeOffline | AttributeNotContentIndexed;
+constexpr mode_t ALL_MODE_BITS = 07777;
 
-// Attributes that the mode has no place for. Programs that share this extended attribute may put more behind the text.
-DWORD StoredAttributes(const std::string& path)
+constexpr std::size_t STORED_CAPACITY = 255;
+
+// The number that an extended attribute holds. Programs that share it may put more behind the text.
+std::optional<DWORD> ParseStored(const char* text, ssize_t length)
 {
-    char text[256] = {};
-    const ssize_t length = ::getxattr(path.c_str(), ATTRIBUTES_NAME, text, sizeof text - 1);
-    return length > 2 ? static_cast<DWORD>(std::strtoul(text, nullptr, 16)) & STORED_ATTRIBUTES : 0;
+    return length > 2 ? std::optional(static_cast<DWORD>(std::strtoul(text, nullptr, 16))) : std::nullopt;
 }
 
-bool IsDotName(const std::string& path)
+// Of what a path leads to.
+std::optional<DWORD> ReadStored(const char* path)
 {
-    const std::size_t end = path.find_last_not_of('/') + 1;
-    const std::size_t separator = path.substr(0, end).find_last_of('/');
-    const std::string name = path.substr(separator + 1, end - separator - 1);
+    char text[STORED_CAPACITY + 1] = {};
+    return ParseStored(text, ::getxattr(path, ATTRIBUTES_NAME, text, STORED_CAPACITY));
+}
+
+// The kernel's getxattrat, for which the library has no function; older kernels have no such call either.
+ssize_t GetExtendedAttributeAt(int directory, const char* name, char* buffer)
+{
+    struct {
+        std::uint64_t value;
+        std::uint32_t size;
+        std::uint32_t flags;
+    } arguments{reinterpret_cast<std::uintptr_t>(buffer), STORED_CAPACITY, 0};
+    constexpr long getxattrat = 464;
+    return ::syscall(getxattrat, directory, name, 0, ATTRIBUTES_NAME, &arguments, sizeof arguments);
+}
+
+// Of an entry of an open directory. The path through the directory's descriptor takes three times as long.
+std::optional<DWORD> ReadStoredAt(int directory, const char* name)
+{
+    static std::atomic<bool> isUnknown = false;
+    if (!isUnknown) {
+        char text[STORED_CAPACITY + 1] = {};
+        const ssize_t length = GetExtendedAttributeAt(directory, name, text);
+        isUnknown = length < 0 && (errno == ENOSYS || errno == EPERM);
+        if (!isUnknown)
+            return ParseStored(text, length);
+    }
+    return ReadStored(("/proc/self/fd/" + std::to_string(directory) + '/' + name).c_str());
+}
+
+// Leaves alone what holds the same already, so that what others put behind the text stays. File systems and kinds of
+// files without extended attributes do without.
+bool WriteStored(const char* path, DWORD attributes)
+{
+    const std::optional<DWORD> old = ReadStored(path);
+    const DWORD value = (old.value_or(0) & ~AttributesStored) | (attributes & AttributesStored);
+    if (value == old.value_or(0))
+        return true;
+    char text[16];
+    const int length = std::snprintf(text, sizeof text, "0x%x", value);
+    const bool isDone = ::setxattr(path, ATTRIBUTES_NAME, text, static_cast<std::size_t>(length), 0) == 0;
+    return isDone || errno == ENOTSUP || FailWithErrno();
+}
+
+DWORD StoredAttributes(int directory, const char* path)
+{
+    const std::optional<DWORD> stored = directory == AT_FDCWD ? ReadStored(path) : ReadStoredAt(directory, path);
+    return stored.value_or(0) & AttributesStored;
+}
+
+bool IsDotName(std::string_view path)
+{
+    const std::string_view name = path.substr(path.find_last_of('/') + 1);
     return name.size() > 1 && name.front() == '.' && name != "..";
 }
 
@@ -41,14 +96,12 @@ bool IsSparse(const struct stat& status)
     return S_ISREG(status.st_mode) && status.st_blocks * blockSize < status.st_size;
 }
 
-DWORD Attributes(const std::string& path, const struct stat& status, bool isLink)
+// A link has no mode of its own: it is never read-only, whatever its target is.
+DWORD ModeAttributes(const struct stat& status, bool isLink)
 {
-    const bool isReadOnly = (status.st_mode & WRITE_BITS) == 0;
-    const DWORD attributes = StoredAttributes(path) | (isReadOnly ? AttributeReadOnly : 0u) |
-                             (IsDotName(path) ? AttributeHidden : 0u) |
-                             (S_ISDIR(status.st_mode) ? AttributeDirectory : 0u) |
-                             (IsSparse(status) ? AttributeSparseFile : 0u) | (isLink ? AttributeReparsePoint : 0u);
-    return attributes != 0 ? attributes : DWORD{AttributeNormal};
+    const bool isReadOnly = !isLink && (status.st_mode & WRITE_BITS) == 0;
+    return (isReadOnly ? DWORD{AttributeReadOnly} : 0) | (S_ISDIR(status.st_mode) ? DWORD{AttributeDirectory} : 0) |
+           (IsSparse(status) ? DWORD{AttributeSparseFile} : 0) | (isLink ? DWORD{AttributeReparsePoint} : 0);
 }
 
 FileTime FileTimeOf(const timespec& time)
@@ -65,17 +118,54 @@ bool IsEarlier(const timespec& a, const timespec& b)
     return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
 }
 
-FileAttributeData AttributeData(const std::string& path, const struct stat& status, bool isLink)
+// All that the status says.
+FileAttributeData StatusData(const struct stat& status, bool isLink)
 {
     // Not every file system keeps the creation: the earlier of the other times is never before it.
     const timespec& created = IsEarlier(status.st_ctim, status.st_mtim) ? status.st_ctim : status.st_mtim;
     const auto size = static_cast<std::uint64_t>(S_ISDIR(status.st_mode) ? 0 : status.st_size);
-    return {Attributes(path, status, isLink), FileTimeOf(created),
-            FileTimeOf(status.st_atim),       FileTimeOf(status.st_mtim),
-            static_cast<DWORD>(size >> 32),   static_cast<DWORD>(size)};
+    return {ModeAttributes(status, isLink), FileTimeOf(created),
+            FileTimeOf(status.st_atim),     FileTimeOf(status.st_mtim),
+            static_cast<DWORD>(size >> 32), static_cast<DWORD>(size)};
+}
+
+// Gives back the owner's write bit only: nothing tells who else had it.
+bool ChangeReadOnly(const char* path, mode_t mode, bool isReadOnly)
+{
+    const bool wasReadOnly = (mode & WRITE_BITS) == 0;
+    const mode_t newMode = isReadOnly ? mode & ~WRITE_BITS : mode | S_IWUSR;
+    return isReadOnly == wasReadOnly || ::chmod(path, newMode & ALL_MODE_BITS) == 0 || FailWithErrno();
+}
+
+// Extended attributes can be written only while the file can.
+bool ChangeAttributes(const char* path, mode_t mode, DWORD attributes)
+{
+    const bool hasStored = S_ISREG(mode) || S_ISDIR(mode);
+    const bool isReadOnly = (attributes & AttributeReadOnly) != 0;
+    const DWORD stored = IsDotName(path) ? attributes & ~DWORD{AttributeHidden} : attributes;
+    return (isReadOnly || ChangeReadOnly(path, mode, false)) && (!hasStored || WriteStored(path, stored)) &&
+           (!isReadOnly || ChangeReadOnly(path, mode, true));
 }
 
 } // namespace
+
+bool ReadAttributeData(int directory, const char* path, StoredPart storedPart, FileAttributeData* data)
+{
+    struct stat status;
+    if (::fstatat(directory, path, &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0)
+        return false;
+    const bool isLink = S_ISLNK(status.st_mode);
+    struct stat target;
+    if (isLink && ::fstatat(directory, path, &target, 0) == 0)
+        status = target;
+    *data = StatusData(status, isLink);
+    data->attributes |= storedPart == StoredPart::Read ? StoredAttributes(directory, path) : AttributeStoredUnread;
+    if (IsDotName(path))
+        data->attributes |= AttributeHidden;
+    if (data->attributes == 0)
+        data->attributes = AttributeNormal;
+    return true;
+}
 
 DWORD GetFileAttributesA(const char* path)
 {
@@ -91,22 +181,28 @@ DWORD GetFileAttributesW(const WCHAR* path)
 bool GetFileAttributesExA(const char* path, FileAttributeData* data)
 {
     const std::optional<std::string> native = NativePath(path);
-    if (!native)
-        return false;
-    struct stat status;
-    if (::lstat(native->c_str(), &status) != 0)
-        return FailOnPath(*native);
-    const bool isLink = S_ISLNK(status.st_mode);
-    struct stat target;
-    if (isLink && ::stat(native->c_str(), &target) == 0)
-        status = target;
-    *data = AttributeData(*native, status, isLink);
-    return true;
+    return native && (ReadAttributeData(AT_FDCWD, native->c_str(), StoredPart::Read, data) || FailOnPath(*native));
 }
 
 bool GetFileAttributesExW(const WCHAR* path, FileAttributeData* data)
 {
     return GetFileAttributesExA(NarrowPath(path).c_str(), data);
+}
+
+bool SetFileAttributesA(const char* path, DWORD attributes)
+{
+    const std::optional<std::string> native = NativePath(path);
+    struct stat status;
+    if (!native)
+        return false;
+    if (::lstat(native->c_str(), &status) != 0)
+        return FailOnPath(*native);
+    return S_ISLNK(status.st_mode) || ChangeAttributes(native->c_str(), status.st_mode, attributes);
+}
+
+bool SetFileAttributesW(const WCHAR* path, DWORD attributes)
+{
+    return SetFileAttributesA(NarrowPath(path).c_str(), attributes);
 }
 
 int UnlinkA(const char* path)
@@ -125,20 +221,6 @@ int UnlinkA(const char* path)
 int UnlinkW(const WCHAR* path)
 {
     return UnlinkA(NarrowPath(path).c_str());
-}
-
-int MakeDirectoryA(const char* path)
-{
-    const std::optional<std::string> native = NativePath(path);
-    if (!native)
-        return -1;
-    if (::mkdir(native->c_str(), 0777) == 0)
-        return 0;
-    if (errno == EEXIST)
-        SetLastError(ErrorAlreadyExists);
-    else
-        FailOnPath(*native);
-    return -1;
 }
 
 } // namespace KivSys

@@ -80,6 +80,7 @@ constexpr TextRow TEXT_ROWS[] = {
     {ErrorAlreadyExists, "The name exists already"},
     {ErrorMoreData, "More data available"},
     {ErrorDirectory, "Invalid directory name"},
+    {ErrorMappedAlignment, "The offset is no multiple of the granularity"},
     {ErrorNotConnected, "Not a network path"},
 };
 

@@ -85,13 +85,21 @@ int OpenFlags(const Request& request)
     return flags;
 }
 
+// The result of a system call, made again for as long as a signal interrupts it.
+template <class Call>
+int Resumed(Call call)
+{
+    int result = 0;
+    do
+        result = call();
+    while (result < 0 && errno == EINTR);
+    return result;
+}
+
 FilePointer OpenNative(const Request& request, int moreFlags)
 {
     const mode_t mode = request.Has(FlagDeleteOnClose) ? 0600 : 0666;
-    int descriptor = -1;
-    do
-        descriptor = ::open(request.path.c_str(), OpenFlags(request) | moreFlags, mode);
-    while (descriptor < 0 && errno == EINTR);
+    const int descriptor = Resumed([&] { return ::open(request.path.c_str(), OpenFlags(request) | moreFlags, mode); });
     return descriptor < 0 ? nullptr : std::make_unique<File>(descriptor);
 }
 
@@ -100,7 +108,8 @@ FilePointer OpenNative(const Request& request, int moreFlags)
 bool Lock(const File& file, DWORD share)
 {
     const int operation = (share & ShareRead) != 0 ? LOCK_SH : LOCK_EX;
-    return ::flock(file.Descriptor(), operation | LOCK_NB) == 0 || errno != EWOULDBLOCK || FailWithErrno();
+    return Resumed([&] { return ::flock(file.Descriptor(), operation | LOCK_NB); }) == 0 || errno != EWOULDBLOCK ||
+           FailWithErrno();
 }
 
 // Refuses what Windows would not open, locks what is a file. A file without a write bit is read-only for everyone, root
@@ -169,7 +178,7 @@ FilePointer OpenOrCreate(const Request& request, bool& existed)
     if (!file || !Admit(*file, request, existed))
         return nullptr;
     // What is no regular file has no length: EINVAL.
-    if (request.Truncates() && ::ftruncate(file->Descriptor(), 0) != 0 && errno != EINVAL) {
+    if (request.Truncates() && Resumed([&] { return ::ftruncate(file->Descriptor(), 0); }) != 0 && errno != EINVAL) {
         FailWithErrno();
         return nullptr;
     }
@@ -288,6 +297,10 @@ DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distanceHigh, DWORD metho
     const int descriptor = DescriptorOf(file);
     if (descriptor < 0)
         return InvalidSetFilePointer;
+    if (method > FileEnd) {
+        SetLastError(ErrorInvalidParameter);
+        return InvalidSetFilePointer;
+    }
     const auto low = static_cast<DWORD>(distance);
     const off_t offset = std::int64_t{*distanceHigh} * (std::int64_t{1} << 32) + low;
     const off_t position = ::lseek(descriptor, offset, static_cast<int>(method));
@@ -309,7 +322,7 @@ bool SetEndOfFile(HANDLE file)
     const off_t position = ::lseek(descriptor, 0, SEEK_CUR);
     if (position < 0)
         return FailWithErrno();
-    if (::ftruncate(descriptor, position) == 0)
+    if (Resumed([=] { return ::ftruncate(descriptor, position); }) == 0)
         return true;
     // The one thing that can be invalid here is a file not open for writing.
     return errno == EINVAL ? Fail(ErrorAccessDenied) : FailWithErrno();
@@ -334,7 +347,7 @@ DWORD GetFileSize(HANDLE file, DWORD* sizeHigh)
 bool FlushFileBuffers(HANDLE file)
 {
     const int descriptor = DescriptorOf(file);
-    return descriptor >= 0 && (::fsync(descriptor) == 0 || FailWithErrno());
+    return descriptor >= 0 && (Resumed([=] { return ::fsync(descriptor); }) == 0 || FailWithErrno());
 }
 
 bool GetVolumeInformationA(const char* root, DWORD* fileSystemFlags)

@@ -22,6 +22,18 @@ public:
     virtual bool SetSignalled(bool) { return false; }
     // WaitFailed when the object is nothing to wait for.
     virtual DWORD Wait(DWORD) { return WaitFailed; }
+    // Null, with the last error set, when the object is no mapping.
+    virtual void* MapView(DWORD, std::uint64_t, std::size_t)
+    {
+        SetLastError(ErrorInvalidHandle);
+        return nullptr;
+    }
+    // Null, with the last error set, at the end of a directory search and when the object is none.
+    virtual const FindDataA* NextEntry()
+    {
+        SetLastError(ErrorInvalidHandle);
+        return nullptr;
+    }
 };
 
 // The handle's object; null, with the last error set, when the handle holds none.

@@ -5,6 +5,7 @@
 
 #include <platform/Utf8.h>
 #include <platform/posix/Errors.h>
+#include <platform/posix/Mounts.h>
 #include <platform/posix/Paths.h>
 
 namespace KivSys
@@ -29,6 +30,10 @@ bool IsDotOrBlank(char c)
     return c == '.' || c == ' ';
 }
 
+// A name that holds such a character by itself is shown with this one, U+F07F, in front of it, and of this one, too: so
+// no two names are shown alike.
+constexpr std::string_view ESCAPE = "\xEF\x81\xBF";
+
 void AppendMapped(std::string& to, char c)
 {
     to += MAPPED_LEAD;
@@ -43,6 +48,12 @@ char MappedCharacter(std::string_view text)
         return 0;
     const char c = static_cast<char>((text[2] & 0x3F) | (text[1] == '\x81' ? 0x40 : 0));
     return (text[2] & 0xC0) == 0x80 && (IsUnholdable(c) || IsDotOrBlank(c)) ? c : char{0};
+}
+
+// Whether the text begins with a character that a name cannot hold without the escape in front.
+bool IsToBeEscaped(std::string_view text)
+{
+    return text.starts_with(ESCAPE) || MappedCharacter(text) != 0;
 }
 
 bool IsSeparator(char c)
@@ -67,31 +78,80 @@ std::string TranslateComponents(std::string_view path, bool (*isSeparator)(char)
     return result;
 }
 
+std::size_t LengthWithoutDotsAndBlanks(std::string_view component)
+{
+    std::size_t length = component.size();
+    while (length > 0 && IsDotOrBlank(component[length - 1]))
+        --length;
+    return length;
+}
+
+bool IsDots(std::string_view component)
+{
+    return component == "." || component == "..";
+}
+
+// A component that has no entry: Windows takes its dots and blanks away and is left with nothing.
+bool NamesNothing(std::string_view component)
+{
+    return !component.empty() && !IsDots(component) && LengthWithoutDotsAndBlanks(component) == 0;
+}
+
+// Takes one character of a house's name, or a byte of it, off the text's beginning.
+void TakeNative(std::string& to, std::string_view& text)
+{
+    if (text.front() == MAPPED_LEAD) {
+        const std::string_view behind = text.starts_with(ESCAPE) ? text.substr(ESCAPE.size()) : std::string_view();
+        if (IsToBeEscaped(behind)) {
+            to += behind.substr(0, MAPPED_LENGTH);
+            text = behind.substr(MAPPED_LENGTH);
+            return;
+        }
+        if (const char mapped = MappedCharacter(text); mapped != 0) {
+            to += mapped;
+            text.remove_prefix(MAPPED_LENGTH);
+            return;
+        }
+    }
+    to += text.front();
+    text.remove_prefix(1);
+}
+
 void AppendNative(std::string& to, std::string_view component)
 {
-    std::string name;
-    for (std::size_t i = 0; i < component.size();) {
-        const char mapped = MappedCharacter(component.substr(i));
-        name += mapped != 0 ? mapped : component[i];
-        i += mapped != 0 ? MAPPED_LENGTH : 1;
+    if (IsDots(component) || NamesNothing(component)) {
+        to += component;
+        return;
     }
+    const std::size_t begin = to.size();
+    component = component.substr(0, LengthWithoutDotsAndBlanks(component));
+    for (std::string_view rest = component; !rest.empty();)
+        TakeNative(to, rest);
     // No listed entry bears these names, so mapped dots never stand for a way out of a directory.
-    const bool leadsOut = name == "." || name == "..";
-    to += leadsOut ? component : std::string_view(name);
+    if (IsDots(std::string_view(to).substr(begin)))
+        to.replace(begin, to.size(), component);
+}
+
+bool IsPlainByte(char c)
+{
+    return c != MAPPED_LEAD && !IsUnholdable(c);
 }
 
 void AppendHouse(std::string& to, std::string_view component)
 {
-    std::size_t holdable = component.size();
-    while (holdable > 0 && IsDotOrBlank(component[holdable - 1]))
-        --holdable;
-    if (component == "." || component == "..")
-        holdable = component.size();
+    const std::size_t holdable = IsDots(component) ? component.size() : LengthWithoutDotsAndBlanks(component);
+    if (holdable == component.size() && std::all_of(component.begin(), component.end(), IsPlainByte)) {
+        to += component;
+        return;
+    }
     for (std::size_t i = 0; i < component.size(); ++i) {
-        if (i >= holdable || IsUnholdable(component[i]))
+        if (i >= holdable || IsUnholdable(component[i])) {
             AppendMapped(to, component[i]);
-        else
-            to += component[i];
+            continue;
+        }
+        if (IsToBeEscaped(component.substr(i)))
+            to += ESCAPE;
+        to += component[i];
     }
 }
 
@@ -101,14 +161,25 @@ bool IsMissing(const std::string& directory)
     return ::stat(directory.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
-// The directory that holds the path's last component.
-std::string ParentOf(const std::string& native)
+bool HasDrive(std::string_view text)
 {
-    const std::size_t last = native.find_last_not_of('/');
-    const std::size_t separator = native.find_last_of('/', last);
-    if (last == std::string::npos || separator == std::string::npos)
-        return last == std::string::npos ? "/" : ".";
-    return native.substr(0, separator + 1);
+    return text.size() > 1 && text[1] == ':';
+}
+
+bool IsOnServer(std::string_view text)
+{
+    return text.size() > 1 && IsSeparator(text[0]) && IsSeparator(text[1]);
+}
+
+std::optional<std::string> FailPath(DWORD code)
+{
+    SetLastError(code);
+    return std::nullopt;
+}
+
+void RemoveSeparatorsAtEnd(std::string& native)
+{
+    native.resize(std::max<std::size_t>(native.find_last_not_of('/') + 1, 1));
 }
 
 } // namespace
@@ -116,13 +187,48 @@ std::string ParentOf(const std::string& native)
 std::optional<std::string> NativePath(const char* path)
 {
     const std::string_view text = path;
-    const bool hasDrive = text.size() > 1 && text[1] == ':';
-    const bool isOnServer = text.size() > 1 && IsSeparator(text[0]) && IsSeparator(text[1]);
-    if (text.empty() || hasDrive || isOnServer) {
-        SetLastError(isOnServer ? ErrorBadNetPath : ErrorPathNotFound);
-        return std::nullopt;
-    }
-    return TranslateComponents(text, IsSeparator, AppendNative);
+    if (text.empty() || HasDrive(text))
+        return FailPath(ErrorPathNotFound);
+    bool isName = true;
+    std::string native = TranslateComponents(text, IsSeparator, [&isName](std::string& to, std::string_view component) {
+        isName = isName && !NamesNothing(component);
+        AppendNative(to, component);
+    });
+    if (!isName)
+        return FailPath(ErrorInvalidName);
+    RemoveSeparatorsAtEnd(native);
+    return IsOnServer(text) ? PathBelowMount(native) : std::optional(std::move(native));
+}
+
+std::optional<NativePattern> SplitPattern(const char* pattern)
+{
+    const std::string_view text = pattern;
+    const std::size_t begin = text.find_last_of("\\/") + 1;
+    const bool isBare = begin == 0 && !HasDrive(text);
+    const std::string directory = isBare ? "." : std::string(text.substr(0, std::max<std::size_t>(begin, 1)));
+    std::optional<std::string> native = HasDrive(text) ? FailPath(ErrorPathNotFound) : NativePath(directory.c_str());
+    return native ? std::optional(NativePattern{*std::move(native), text.substr(begin)}) : std::nullopt;
+}
+
+std::string HousePath(const std::string& native)
+{
+    std::string house = PathFromUser(native);
+    std::replace(house.begin(), house.end(), '/', '\\');
+    return house;
+}
+
+void AppendShownName(std::string& to, std::string_view name)
+{
+    AppendHouse(to, name);
+}
+
+std::string ParentOf(const std::string& native)
+{
+    const std::size_t last = native.find_last_not_of('/');
+    const std::size_t separator = native.find_last_of('/', last);
+    if (last == std::string::npos || separator == std::string::npos)
+        return last == std::string::npos ? "/" : ".";
+    return native.substr(0, separator + 1);
 }
 
 std::string NarrowPath(const WCHAR* path)
@@ -133,6 +239,12 @@ std::string NarrowPath(const WCHAR* path)
     std::string narrow;
     AppendUtf8(narrow, path, length);
     return narrow;
+}
+
+void AssignWide(WideText& to, const std::string& narrow)
+{
+    to.clear();
+    AppendUtf16(to, narrow.data(), narrow.size());
 }
 
 bool FailOnPath(const std::string& native)

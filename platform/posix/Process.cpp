@@ -30,6 +30,11 @@ std::string TemporaryDirectory()
     return "/tmp";
 }
 
+bool StandardOutputIsTerminal()
+{
+    return ::isatty(STDOUT_FILENO) != 0;
+}
+
 bool StandardErrorIsTerminal()
 {
     return ::isatty(STDERR_FILENO) != 0;

@@ -291,4 +291,9 @@ int WideCharToMultiByte(unsigned int codePage, const WCHAR* units, int count, ch
     return ConversionResult(output.Count(), capacity);
 }
 
+const char* TextLineEnd()
+{
+    return "\n";
+}
+
 } // namespace KivSys

@@ -1,5 +1,4 @@
 #include <cstddef>
-#include <direct.h>
 #include <io.h>
 
 #include <platform/windows/System.h>
@@ -45,6 +44,16 @@ bool GetFileAttributesExW(const WCHAR* path, FileAttributeData* data)
     return ::GetFileAttributesExW(Wide(path), ::GetFileExInfoStandard, data) != 0;
 }
 
+bool SetFileAttributesA(const char* path, DWORD attributes)
+{
+    return ::SetFileAttributesA(path, attributes) != 0;
+}
+
+bool SetFileAttributesW(const WCHAR* path, DWORD attributes)
+{
+    return ::SetFileAttributesW(Wide(path), attributes) != 0;
+}
+
 int UnlinkA(const char* path)
 {
     return ::_unlink(path);
@@ -53,11 +62,6 @@ int UnlinkA(const char* path)
 int UnlinkW(const WCHAR* path)
 {
     return ::_wunlink(Wide(path));
-}
-
-int MakeDirectoryA(const char* path)
-{
-    return ::_mkdir(path);
 }
 
 } // namespace KivSys

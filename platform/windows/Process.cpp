@@ -8,6 +8,17 @@
 namespace KivSys
 {
 
+namespace
+{
+
+bool IsConsole(::DWORD standardHandle)
+{
+    ::DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(standardHandle), &mode) != 0;
+}
+
+} // namespace
+
 bool LocalTime(std::int64_t seconds, std::tm* result)
 {
     constexpr std::int64_t last = 32535215999; // 3000-12-31T23:59:59
@@ -40,10 +51,14 @@ std::string TemporaryDirectory()
     return {};
 }
 
+bool StandardOutputIsTerminal()
+{
+    return IsConsole(STD_OUTPUT_HANDLE);
+}
+
 bool StandardErrorIsTerminal()
 {
-    ::DWORD mode = 0;
-    return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+    return IsConsole(STD_ERROR_HANDLE);
 }
 
 void MakeStandardStreamsBinary()

@@ -70,7 +70,19 @@ int WideCharToMultiByte(unsigned int codePage, const WCHAR* units, int count, ch
         return 0;
     if (codePage == CodePageUtf8)
         return WideCharToUtf8(units, count, bytes, capacity);
+    // Without the flag the system takes look-alikes for what has no counterpart.
+    const int made =
+        ::WideCharToMultiByte(codePage, WC_NO_BEST_FIT_CHARS, Wide(units), count, bytes, capacity, "?", nullptr);
+    const DWORD error = ::GetLastError();
+    if (made != 0 || (error != ERROR_INVALID_FLAGS && error != ERROR_INVALID_PARAMETER))
+        return made;
+    // Sets with shift states take neither the flag nor the character.
     return ::WideCharToMultiByte(codePage, 0, Wide(units), count, bytes, capacity, nullptr, nullptr);
+}
+
+const char* TextLineEnd()
+{
+    return "\r\n";
 }
 
 } // namespace KivSys

@@ -85,8 +85,12 @@ private:
         m_source.SeekG(begin);
         if (m_source.Get(m_block.data(), end - begin) < end - begin)
             return false;
-        for (; m_next != last; ++m_next)
-            m_destination.Write(m_block.data() + (m_next->offset - begin), m_next->size);
+        unsigned int used = 0;
+        for (; m_next != last; ++m_next) {
+            std::memcpy(m_ordered.data() + used, m_block.data() + (m_next->offset - begin), m_next->size);
+            used += m_next->size;
+        }
+        m_destination.Write(m_ordered.data(), used);
         return true;
     }
 
@@ -112,7 +116,9 @@ private:
     const Iterator m_end;
     Buffer& m_source;
     Buffer& m_destination;
+    // As the pieces lie in the source, and as they follow each other. No two pieces overlap.
     std::array<unsigned char, 32768> m_block;
+    std::array<unsigned char, 32768> m_ordered;
 };
 
 } // namespace
@@ -371,6 +377,7 @@ void Storage::RootStorage::Copy(const Extents& stream, Buffer& out)
 try {
     PieceCopier(stream.pieces, stream.source, out).Copy();
 } catch (const SeekOutOfRangeException&) {
+    // What is copied stays.
 }
 
 // Adds the properties of a stream, if it holds any, and returns the stream's size. They are read where they lie:
@@ -385,6 +392,8 @@ std::uint64_t Storage::RootStorage::ReadProperties(std::uint32_t id, PropertySto
             PropertyStorage(view).Properties(byEnum, byName);
     } catch (const OLEException&) {
         // No property set. The next stream may be one.
+    } catch (const SeekOutOfRangeException&) {
+        // The source has become shorter.
     }
     return view.Size();
 }

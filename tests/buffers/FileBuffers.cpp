@@ -1,3 +1,4 @@
+#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -42,6 +43,21 @@ TEST_F(FileBufferTest, SmallWritesReachTheFileInStagesOfTheCapacity)
     out.Write("lost", 4);
     m_file.Close();
     EXPECT_EQ(m_directory.Content().substr(0, 12), "01234zz78901");
+}
+
+TEST_F(FileBufferTest, ASeekAfterAReadPastStagingFindsItsOwnBytes)
+{
+    m_directory.Make("0123456789abcdefghijklmnopqrstuvwxyz");
+    m_file.Open(File::OpenMode::Read);
+    Input in(&m_file, 8);
+    char bytes[20];
+    in.Read(bytes, 3);
+    in.Read(bytes, 20); // drains staging and goes on straight from the file
+    for (const unsigned int position : {16u, 3u, 23u}) {
+        in.SeekG(position);
+        in.Read(bytes, 1);
+        EXPECT_EQ(bytes[0], "0123456789abcdefghijklmnopqrstuvwxyz"[position]);
+    }
 }
 
 TEST_F(FileBufferTest, SeeksWithinStagingDoNotReadTheFileAgain)
@@ -89,20 +105,27 @@ TEST_F(FileBufferTest, MemoryIsCopiedToAFile)
     EXPECT_EQ(m_directory.Content(), content + content);
 }
 
-TEST_F(FileBufferTest, TheOtherDirectionIsRefusedInFixedWords)
+TEST_F(FileBufferTest, WhatABufferCannotDoIsRefusedInFixedWords)
 {
+    using KivFile::StaticMemoryBuffer;
     Output out(&m_file, 16);
     Input in(&m_file, 16);
-    char byte = 0;
-    EXPECT_EQ(RefusalOf([&] { out.Get(&byte, 1); }), "OCFileBufferT<T>::Get : Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { (void)out.TellG(); }), "OCFileBufferT<T>::TellG : Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { out.SeekG(0); }), "OCFileBufferT<T>::SeekG : Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { out.ClearEnd(); }), "OCFileBufferT<T>::ClearEnd : Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { in.Put(&byte, 1); }), "ICFileBufferT<T>::SeekP: Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { (void)in.TellP(); }), "ICFileBuffer::TellP : Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { in.SeekP(0); }), "ICFileBufferT<T>::SeekP: Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { in.Flush(); }), "ICFileBufferT<T>::Flush: Not implemented!");
-    EXPECT_EQ(RefusalOf([&] { in.ClearEnd(); }), "ICFileBufferT<T>::ClearEnd : Not implemented!");
+    char memory[8] = {};
+    StaticMemoryBuffer open(memory, sizeof memory);
+    StaticMemoryBuffer closed(static_cast<const void*>(memory), sizeof memory);
+    const std::pair<std::function<void()>, std::string> rows[] = {
+        {[&] { out.Get(memory, 1); }, "OCFileBufferT<T>::Get : Not implemented!"},
+        {[&] { out.ClearEnd(); }, "OCFileBufferT<T>::ClearEnd : Not implemented!"},
+        {[&] { in.Put(memory, 1); }, "ICFileBufferT<T>::SeekP: Not implemented!"},
+        {[&] { (void)in.TellP(); }, "ICFileBuffer::TellP : Not implemented!"},
+        {[&] { in.SeekP(0); }, "ICFileBufferT<T>::SeekP: Not implemented!"},
+        {[&] { in.Flush(); }, "ICFileBufferT<T>::Flush: Not implemented!"},
+        {[&] { closed.Put("x", 1); }, "StaticMemoryBuffer::Put: Buffer is const!"},
+        {[&] { open.ClearMemory(); }, "StaticMemoryBuffer::Clear: Not implemented!"},
+        {[&] { open.ClearEnd(); }, "StaticMemoryBuffer::ClearEnd: Not implemented!"},
+    };
+    for (const auto& [operation, words] : rows)
+        EXPECT_EQ(RefusalOf(operation), words);
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <KivBase/WString.h>
+
 // A fresh directory for the files of one test.
 class TemporaryDirectory
 {
@@ -43,6 +45,11 @@ private:
     const std::filesystem::path m_path =
         std::filesystem::temp_directory_path() / ("kiv-buffers-" + std::to_string(std::random_device()()));
 };
+
+inline std::string BytesOf(const Kiv::WString& units)
+{
+    return {reinterpret_cast<const char*>(units.data()), 2 * units.size()};
+}
 
 // The words with which an operation is refused; empty when it is not.
 template <class Operation>

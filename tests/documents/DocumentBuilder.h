@@ -1,6 +1,7 @@
 // Makes compound documents and property sets in memory, valid ones; whoever needs a damaged one breaks a field.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -17,6 +18,13 @@ void Poke(std::string& bytes, std::size_t offset, Value value)
     std::memcpy(bytes.data() + offset, &value, sizeof value);
 }
 
+inline std::uint32_t Peek(const std::string& bytes, std::size_t offset)
+{
+    std::uint32_t value;
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
 template <class... Values>
 std::string Bytes(Values... values)
 {
@@ -25,9 +33,21 @@ std::string Bytes(Values... values)
     return bytes;
 }
 
+template <class Value>
+std::string BytesOf(const std::vector<Value>& values)
+{
+    return {reinterpret_cast<const char*>(values.data()), values.size() * sizeof(Value)};
+}
+
 inline std::string Utf16(std::u16string_view text)
 {
     return {reinterpret_cast<const char*>(text.data()), text.size() * 2};
+}
+
+// The sizes of everything made here fit the fields of the format.
+inline std::uint32_t Count(std::size_t n)
+{
+    return static_cast<std::uint32_t>(n);
 }
 
 // Sectors are laid out as: content in the order of the entries, mini stream, mini FAT, directory, FAT, DIFAT.
@@ -41,56 +61,40 @@ public:
     // Swaps every two neighbouring sectors of each stream.
     bool isFragmented = false;
 
-    // Adds a storage (type 1) or a stream (type 2) and returns its directory id. The parent's children hang in one
-    // line of right siblings.
-    std::uint32_t Add(std::uint32_t parent, std::u16string name, unsigned char type, std::string content = {})
+    // Both return the directory id.
+    std::uint32_t AddStorage(std::uint32_t parent, std::u16string name)
     {
-        const auto id = static_cast<std::uint32_t>(m_entries.size());
-        std::uint32_t* link = &m_entries[parent].child;
-        while (*link != NONE)
-            link = &m_entries[*link].right;
-        *link = id;
-        m_entries.push_back({std::move(name), std::move(content), type});
-        return id;
+        return Add(parent, {std::move(name), {}, 1});
     }
-    std::uint32_t AddStorage(std::uint32_t parent, std::u16string name) { return Add(parent, std::move(name), 1); }
     std::uint32_t AddStream(std::uint32_t parent, std::u16string name, std::string content)
     {
-        return Add(parent, std::move(name), 2, std::move(content));
+        return Add(parent, {std::move(name), std::move(content), 2});
     }
 
     std::string Build()
     {
-        m_sectors.assign(SectorSize(), '\0');
         m_FAT.clear();
-        std::string header = Bytes(0xE11AB1A1E011CFD0ull);
-        header.resize(SectorSize());
-        std::string miniFAT = PlaceStreams();
-        m_miniFATSector = AddChain(miniFAT);
-        m_directorySector = AddChain(Directory());
-        AddTables(header);
-        Poke(header, 24, 0x0003003Eu);
-        Poke(header, 28, std::uint16_t{0xFFFE});
-        Poke(header, 30, static_cast<std::uint16_t>(sectorShift));
-        Poke(header, 32, std::uint16_t{6});
-        Poke(header, 48, m_directorySector);
-        Poke(header, 56, CUTOFF);
-        Poke(header, 60, m_miniFATSector);
-        Poke(header, 64, static_cast<std::uint32_t>((miniFAT.size() + SectorSize() - 1) / SectorSize()));
-        return header + m_sectors.substr(SectorSize());
+        m_bytes = Bytes(0xE11AB1A1E011CFD0ull, 0ull, 0ull, 0x0003003Eu, std::uint16_t{0xFFFE});
+        m_bytes.resize(SectorSize());
+        Poke(m_bytes, 30, static_cast<std::uint16_t>(sectorShift));
+        Poke(m_bytes, 32, std::uint16_t{6});
+        Poke(m_bytes, 56, CUTOFF);
+        const std::string miniFAT = PlaceStreams();
+        Poke(m_bytes, 60, AddChain(miniFAT));
+        Poke(m_bytes, 64, Count(SectorsFor(miniFAT.size())));
+        Poke(m_bytes, 48, AddChain(Directory()));
+        AddTables();
+        return m_bytes;
     }
 
     // Where things lie in the document built last.
-    [[nodiscard]] std::size_t EntryOffset(std::uint32_t id) const { return Offset(m_directorySector) + id * 128; }
-    [[nodiscard]] std::size_t FATOffset(std::uint32_t sector) const { return Offset(m_FATSector) + sector * 4; }
+    [[nodiscard]] std::size_t EntryOffset(std::uint32_t id) const { return Offset(Peek(m_bytes, 48)) + id * 128; }
+    [[nodiscard]] std::size_t FATOffset(std::uint32_t sector) const { return Offset(Peek(m_bytes, 76)) + sector * 4; }
     [[nodiscard]] std::size_t Offset(std::uint32_t sector) const { return (sector + 1) * SectorSize(); }
-    [[nodiscard]] std::uint32_t FirstSector(std::uint32_t id) const { return m_entries[id].start; }
-    [[nodiscard]] std::uint32_t FATSector() const { return m_FATSector; }
-    [[nodiscard]] std::uint32_t MiniFATSector() const { return m_miniFATSector; }
-    [[nodiscard]] std::uint32_t DirectorySector() const { return m_directorySector; }
 
 private:
     static constexpr std::uint32_t CUTOFF = 4096;
+    static constexpr std::size_t HEADER_DIFAT_ENTRIES = 109;
 
     struct Entry {
         std::u16string name;
@@ -99,21 +103,31 @@ private:
         std::uint32_t right = NONE;
         std::uint32_t child = NONE;
         std::uint32_t start = END;
-        std::uint32_t size = 0;
     };
 
+    // The parent's children hang in one line of right siblings.
+    std::uint32_t Add(std::uint32_t parent, Entry entry)
+    {
+        std::uint32_t* link = &m_entries[parent].child;
+        while (*link != NONE)
+            link = &m_entries[*link].right;
+        *link = Count(m_entries.size());
+        m_entries.push_back(std::move(entry));
+        return Count(m_entries.size() - 1);
+    }
+
     [[nodiscard]] std::size_t SectorSize() const { return std::size_t{1} << sectorShift; }
+    [[nodiscard]] std::size_t SectorsFor(std::size_t n) const { return (n + SectorSize() - 1) / SectorSize(); }
 
     std::uint32_t AddChain(const std::string& content)
     {
-        const auto first = static_cast<std::uint32_t>(m_FAT.size());
-        const auto count = static_cast<std::uint32_t>((content.size() + SectorSize() - 1) / SectorSize());
+        const std::uint32_t first = Count(m_FAT.size());
+        const std::uint32_t count = Count(SectorsFor(content.size()));
         const auto place = [&](std::uint32_t i) { return first + (isFragmented && (i ^ 1) < count ? i ^ 1 : i); };
         m_FAT.resize(first + count, END);
-        m_sectors.resize(m_sectors.size() + count * SectorSize());
+        m_bytes.resize(m_bytes.size() + count * SectorSize());
         for (std::uint32_t i = 0; i < count; ++i) {
-            m_sectors.replace(Offset(place(i)), std::min(SectorSize(), content.size() - i * SectorSize()), content,
-                              i * SectorSize(), SectorSize());
+            content.copy(m_bytes.data() + Offset(place(i)), SectorSize(), i * SectorSize());
             m_FAT[place(i)] = i + 1 < count ? place(i + 1) : END;
         }
         return count == 0 ? END : place(0);
@@ -122,24 +136,24 @@ private:
     // Returns the mini FAT.
     std::string PlaceStreams()
     {
-        std::string miniStream;
+        std::string& miniStream = m_entries[0].content;
+        miniStream.clear();
         std::vector<std::uint32_t> miniFAT;
-        for (Entry& entry : m_entries) {
-            entry.size = static_cast<std::uint32_t>(entry.content.size());
-            if (entry.size >= CUTOFF) {
+        for (std::size_t id = 1; id < m_entries.size(); ++id) {
+            Entry& entry = m_entries[id];
+            if (entry.content.size() >= CUTOFF) {
                 entry.start = AddChain(entry.content);
-            } else if (entry.size != 0) {
-                entry.start = static_cast<std::uint32_t>(miniFAT.size());
+            } else if (!entry.content.empty()) {
+                entry.start = Count(miniFAT.size());
                 miniStream += entry.content;
                 miniStream.resize((miniStream.size() + 63) / 64 * 64);
                 while (miniFAT.size() < miniStream.size() / 64)
-                    miniFAT.push_back(static_cast<std::uint32_t>(miniFAT.size()) + 1);
+                    miniFAT.push_back(Count(miniFAT.size() + 1));
                 miniFAT.back() = END;
             }
         }
         m_entries[0].start = AddChain(miniStream);
-        m_entries[0].size = static_cast<std::uint32_t>(miniStream.size());
-        return {reinterpret_cast<const char*>(miniFAT.data()), miniFAT.size() * 4};
+        return BytesOf(miniFAT);
     }
 
     [[nodiscard]] std::string Directory() const
@@ -147,57 +161,50 @@ private:
         std::string directory;
         for (const Entry& entry : m_entries) {
             std::string bytes = Utf16(entry.name);
-            bytes.resize(128);
-            Poke(bytes, 64, static_cast<std::uint16_t>(entry.name.size() * 2 + 2));
-            Poke(bytes, 66, entry.type);
-            Poke(bytes, 68, NONE);
-            Poke(bytes, 72, entry.right);
-            Poke(bytes, 76, entry.child);
-            Poke(bytes, 116, entry.start);
-            Poke(bytes, 120, entry.size);
-            directory += bytes;
+            bytes.resize(64);
+            bytes += Bytes(static_cast<std::uint16_t>(entry.name.size() * 2 + 2), entry.type, '\0', NONE, entry.right,
+                           entry.child);
+            bytes.resize(116);
+            directory += bytes + Bytes(entry.start, Count(entry.content.size()), 0u);
         }
         return directory;
     }
 
-    void AddTables(std::string& header)
+    void AddTables()
     {
         const std::size_t perSector = SectorSize() / 4;
         std::size_t fatSectors = 0;
         std::size_t difatSectors = 0;
         while (fatSectors * perSector < m_FAT.size() + fatSectors + difatSectors) {
             ++fatSectors;
-            difatSectors = fatSectors > 109 ? (fatSectors - 109 + perSector - 2) / (perSector - 1) : 0;
+            difatSectors =
+                (std::max(fatSectors, HEADER_DIFAT_ENTRIES) - HEADER_DIFAT_ENTRIES + perSector - 2) / (perSector - 1);
         }
-        m_FATSector = static_cast<std::uint32_t>(m_FAT.size());
-        const auto difatSector = static_cast<std::uint32_t>(m_FATSector + fatSectors);
-        m_FAT.resize(m_FATSector + fatSectors, 0xFFFFFFFD);
-        m_FAT.resize(m_FATSector + fatSectors + difatSectors, 0xFFFFFFFC);
+        const std::size_t fatSector = m_FAT.size();
+        const std::size_t difatSector = fatSector + fatSectors;
+        m_FAT.resize(difatSector, 0xFFFFFFFD);
+        m_FAT.resize(difatSector + difatSectors, 0xFFFFFFFC);
         m_FAT.resize(fatSectors * perSector, NONE);
-        m_sectors.append(reinterpret_cast<const char*>(m_FAT.data()), m_FAT.size() * 4);
 
-        std::vector<std::uint32_t> difat(109 + difatSectors * perSector, NONE);
-        for (std::size_t i = 0, at = 0; i < fatSectors; ++i, ++at) {
-            if (at > 109 && (at - 109) % perSector == perSector - 1)
-                ++at;
-            difat[at] = static_cast<std::uint32_t>(m_FATSector + i);
+        std::vector<std::uint32_t> difat;
+        for (std::size_t sector = fatSector; sector < difatSector; ++sector) {
+            // The last entry of a DIFAT sector is the next one's number.
+            const std::size_t following = difat.size() + 1 - HEADER_DIFAT_ENTRIES;
+            if (difat.size() > HEADER_DIFAT_ENTRIES && following % perSector == 0)
+                difat.push_back(Count(difatSector + following / perSector));
+            difat.push_back(Count(sector));
         }
-        for (std::size_t i = 0; i < difatSectors; ++i)
-            difat[109 + (i + 1) * perSector - 1] =
-                i + 1 < difatSectors ? static_cast<std::uint32_t>(difatSector + i + 1) : END;
-        std::memcpy(header.data() + 76, difat.data(), 109 * 4);
-        m_sectors.append(reinterpret_cast<const char*>(difat.data() + 109), difatSectors * perSector * 4);
-        Poke(header, 44, static_cast<std::uint32_t>(fatSectors));
-        Poke(header, 68, difatSectors == 0 ? END : difatSector);
-        Poke(header, 72, static_cast<std::uint32_t>(difatSectors));
+        difat.resize(HEADER_DIFAT_ENTRIES + difatSectors * perSector, NONE);
+        std::memcpy(m_bytes.data() + 76, difat.data(), HEADER_DIFAT_ENTRIES * 4);
+        m_bytes += BytesOf(m_FAT) + BytesOf(difat).substr(HEADER_DIFAT_ENTRIES * 4);
+        Poke(m_bytes, 44, Count(fatSectors));
+        Poke(m_bytes, 68, difatSectors == 0 ? END : Count(difatSector));
+        Poke(m_bytes, 72, Count(difatSectors));
     }
 
     std::vector<Entry> m_entries{{u"Root Entry", {}, 5}};
     std::vector<std::uint32_t> m_FAT;
-    std::string m_sectors;
-    std::uint32_t m_FATSector = 0;
-    std::uint32_t m_miniFATSector = 0;
-    std::uint32_t m_directorySector = 0;
+    std::string m_bytes;
 };
 
 inline constexpr std::string_view SUMMARY("\xE0\x85\x9F\xF2\xF9\x4F\x68\x10\xAB\x91\x08\x00\x2B\x27\xB3\xD9", 16);
@@ -212,13 +219,11 @@ inline std::string Section(const Pairs& pairs)
     std::string list;
     std::string values;
     for (const auto& [id, value] : pairs) {
-        list += Bytes(id, static_cast<std::uint32_t>(8 + pairs.size() * 8 + values.size()));
+        list += Bytes(id, Count(8 + pairs.size() * 8 + values.size()));
         values += value;
         values.resize((values.size() + 3) / 4 * 4);
     }
-    return Bytes(static_cast<std::uint32_t>(8 + list.size() + values.size()),
-                 static_cast<std::uint32_t>(pairs.size())) +
-           list + values;
+    return Bytes(Count(8 + list.size() + values.size()), Count(pairs.size())) + list + values;
 }
 
 // A property set of sections, each with its format identifier.
@@ -227,27 +232,16 @@ inline std::string PropertySet(const std::vector<std::pair<std::string_view, std
     std::string list;
     std::string content;
     for (const auto& [id, section] : sections) {
-        list += std::string(id) + Bytes(static_cast<std::uint32_t>(28 + sections.size() * 20 + content.size()));
+        list += std::string(id) + Bytes(Count(28 + sections.size() * 20 + content.size()));
         content += section;
     }
-    return Bytes(std::uint16_t{0xFFFE}, std::uint16_t{0}, 0x00020105u) + std::string(16, '\0') +
-           Bytes(static_cast<std::uint32_t>(sections.size())) + list + content;
+    return Bytes(0xFFFEu, 0x00020105u, 0ull, 0ull, Count(sections.size())) + list + content;
 }
 
-// Values with their types, and dictionaries, as they lie at a property's offset.
+// A text with its type, as it lies at a property's offset.
 inline std::string Text(std::string_view text)
 {
-    return Bytes(30u, static_cast<std::uint32_t>(text.size())) + std::string(text);
-}
-
-inline std::string CodePage(std::uint16_t number)
-{
-    return Bytes(2u, number);
-}
-
-inline std::string DictionaryEntry(std::uint32_t id, std::uint32_t length, std::string_view name)
-{
-    return Bytes(id, length) + std::string(name);
+    return Bytes(30u, Count(text.size())) + std::string(text);
 }
 
 } // namespace KivTest

@@ -1,7 +1,6 @@
 // Conversions between character sets, whole and in pieces.
 #include <algorithm>
 #include <cstdint>
-#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -30,11 +29,6 @@ struct Sample {
     CHARSET charset;
     std::string bytes;
     WString units;
-
-    friend std::ostream& operator<<(std::ostream& out, const Sample& sample)
-    {
-        return out << static_cast<std::uint32_t>(sample.charset) << ": " << testing::PrintToString(sample.bytes);
-    }
 };
 
 const Sample SAMPLES[] = {
@@ -70,100 +64,85 @@ std::string InPieces(const Conv::ConversionClass& conversion, const std::string&
     return result;
 }
 
-class CharsetSample : public testing::TestWithParam<Sample>
-{
-protected:
-    void SetUp() override
+// Converts as one piece, and says how far it came.
+struct Conversion {
+    Conversion(const Conv::ConversionClass& conversion, const std::string& source, bool isEnd, bool stopAtFault)
+        : isClean(conversion(source.data(), source.size(), consumed, result.data(), result.size(), produced, isEnd,
+                             stopAtFault))
     {
-        if (!Conv::IsImplemented(GetParam().charset))
-            GTEST_SKIP() << "this system lacks the character set";
+        result.resize(produced);
     }
+
+    std::string result = std::string(20000, '\0');
+    std::size_t consumed, produced;
+    bool isClean;
 };
 
 } // namespace
 
-TEST_P(CharsetSample, ShortAndLongTextsConvertThereAndBack)
+TEST(Charset, SamplesConvertThereAndBackWholeAndInPieces)
 {
-    auto [charset, bytes, units] = GetParam();
-    EXPECT_EQ(Conv::ToWide(charset, bytes), units);
-    EXPECT_EQ(Conv::FromWide(charset, units), bytes);
-    bytes += Conv::FromWide(charset, u"|"_w);
-    units += u"|"_w;
-    for (int i = 0; i < 10; ++i) {
-        bytes += bytes;
-        units += units;
+    for (auto [charset, bytes, units] : SAMPLES) {
+        // A system may lack a character set.
+        if (!Conv::IsImplemented(charset))
+            continue;
+        SCOPED_TRACE(testing::Message() << static_cast<std::uint32_t>(charset) << ' ' << bytes);
+        EXPECT_EQ(Conv::ToWide(charset, bytes), units);
+        EXPECT_EQ(Conv::FromWide(charset, units), bytes);
+        const auto toWide = Conv::MbToWcConversionFunction(charset);
+        const auto fromWide = Conv::WcToMbConversionFunction(charset);
+        const std::string wide = BytesOf(units);
+        for (const std::size_t capacity : {8u, 9u, 13u, 100u}) {
+            for (std::size_t cut = 0; cut <= bytes.size(); ++cut)
+                EXPECT_EQ(InPieces(toWide, bytes, cut, capacity), wide) << cut;
+            for (std::size_t cut = 0; cut <= wide.size(); ++cut)
+                EXPECT_EQ(InPieces(fromWide, wide, cut, capacity), bytes) << cut;
+        }
+        bytes += Conv::FromWide(charset, u"|"_w);
+        units += u"|"_w;
+        for (int i = 0; i < 10; ++i) {
+            bytes += bytes;
+            units += units;
+        }
+        EXPECT_TRUE(Conv::ToWide(charset, bytes) == units);
+        EXPECT_TRUE(Conv::FromWide(charset, units) == bytes);
+        EXPECT_TRUE(InPieces(toWide, bytes, 5000, 8192) == BytesOf(units));
     }
-    EXPECT_TRUE(Conv::ToWide(charset, bytes) == units);
-    EXPECT_TRUE(Conv::FromWide(charset, units) == bytes);
-    EXPECT_TRUE(InPieces(Conv::MbToWcConversionFunction(charset), bytes, 5000, 8192) == BytesOf(units));
 }
-
-TEST_P(CharsetSample, CutsAndNarrowDestinationsChangeNothing)
-{
-    const auto& [charset, bytes, units] = GetParam();
-    const std::string wide = BytesOf(units);
-    for (const std::size_t capacity : {8u, 9u, 13u, 100u}) {
-        for (std::size_t cut = 0; cut <= bytes.size(); ++cut)
-            EXPECT_EQ(InPieces(Conv::MbToWcConversionFunction(charset), bytes, cut, capacity), wide) << cut;
-        for (std::size_t cut = 0; cut <= wide.size(); ++cut)
-            EXPECT_EQ(InPieces(Conv::WcToMbConversionFunction(charset), wide, cut, capacity), bytes) << cut;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Sets, CharsetSample, testing::ValuesIn(SAMPLES));
 
 TEST(Charset, WhatCannotBeConvertedIsReplacedOrStoppedAt)
 {
-    struct Row {
+    const std::string before(5001, 'x');
+    const struct {
         Conv::ConversionClass conversion;
         std::string source, replaced;
         std::size_t broken;
-    };
-    const std::string before(5001, 'x');
-    const Row ROWS[] = {
-        {Conv::WcToMbConversionFunction(CodePage(1252)),
-         BytesOf(u"ab\u4E00"
-                 u"cd"_w),
-         "ab?cd", 4},
+    } rows[] = {
+        {Conv::WcToMbConversionFunction(CodePage(1252)), BytesOf(u"ab\u4E00g"_w), "ab?g", 4},
         {Conv::FastConversionFunction(CodePage(932), CHARSET::UTF8), "\x82\xA0\x82", "\xE3\x81\x82\xEF\xBF\xBD", 2},
         {Conv::FastConversionFunction(CHARSET::UTF8, CodePage(1252)), before + "\xE3\x81\x82" + before,
          before + "?" + before, 5001},
     };
-    for (const Row& row : ROWS) {
-        std::string destination(20000, '\0');
-        std::size_t consumed, produced;
-        EXPECT_FALSE(row.conversion(row.source.data(), row.source.size(), consumed, destination.data(),
-                                    destination.size(), produced, true, false));
-        EXPECT_EQ(consumed, row.source.size());
-        EXPECT_EQ(destination.substr(0, produced), row.replaced);
-        EXPECT_FALSE(row.conversion(row.source.data(), row.source.size(), consumed, destination.data(),
-                                    destination.size(), produced, true, true));
-        EXPECT_EQ(consumed, row.broken);
+    for (const auto& row : rows) {
+        const Conversion replacing(row.conversion, row.source, true, false);
+        const Conversion stopping(row.conversion, row.source, true, true);
+        EXPECT_FALSE(replacing.isClean || stopping.isClean);
+        EXPECT_EQ(replacing.consumed, row.source.size());
+        EXPECT_EQ(replacing.result, row.replaced);
+        EXPECT_EQ(stopping.consumed, row.broken);
     }
-}
-
-TEST(Charset, ACharacterCutByThePieceIsLeftAndNoFault)
-{
-    char destination[8];
-    std::size_t consumed, produced;
-    EXPECT_TRUE(Conv::MbToWcConversionFunction(CodePage(932))("A\x82", 2, consumed, destination, sizeof destination,
-                                                              produced, false, true));
-    EXPECT_EQ(consumed, 1u);
-    EXPECT_EQ(produced, 2u);
+    const Conversion cut(Conv::MbToWcConversionFunction(CodePage(932)), "A\x82", false, true);
+    EXPECT_TRUE(cut.isClean && cut.consumed == 1) << "a character cut by the piece is left, and no fault";
 }
 
 TEST(Charset, ASetWithShiftStatesIsConvertedInOnePiece)
 {
     const WString units(3000, 0x3042);
     const std::string bytes = Conv::FromWide(CodePage(65000), units);
-    std::string destination(6000, '\0');
-    std::size_t consumed, produced;
     const auto conversion = Conv::MbToWcConversionFunction(CodePage(65000));
-    conversion(bytes.data(), bytes.size(), consumed, destination.data(), 6000, produced, false, false);
-    EXPECT_EQ(consumed, 0u);
-    conversion(bytes.data(), bytes.size(), consumed, destination.data(), 6000, produced, true, false);
-    EXPECT_EQ(consumed, bytes.size());
-    EXPECT_TRUE(destination == BytesOf(units));
+    EXPECT_EQ(Conversion(conversion, bytes, false, false).consumed, 0u);
+    EXPECT_EQ(Conversion(conversion, bytes, true, false).consumed, bytes.size());
+    EXPECT_TRUE(Conversion(conversion, bytes, true, false).result == BytesOf(units));
 }
 
 TEST(Charset, UnimplementedSetsAreKnownAndConvertNothing)

@@ -13,27 +13,20 @@ using namespace Kiv;
 namespace
 {
 
-void AppendNumber(std::string& block, std::size_t value, unsigned size)
+template <class... Values>
+std::string Bytes(Values... values)
 {
-    for (unsigned i = 0; i < size; ++i)
-        block += static_cast<char>(value >> 8 * i);
+    std::string bytes;
+    (bytes.append(reinterpret_cast<const char*>(&values), sizeof values), ...);
+    return bytes;
 }
 
 // A catalog block of one record.
 std::string Block(std::string_view module, std::uint32_t id, std::u16string_view text)
 {
-    std::string block;
-    AppendNumber(block, 1, 4);
-    AppendNumber(block, module.size(), 4);
-    block += module;
-    AppendNumber(block, id, 4);
-    AppendNumber(block, 7, 4);
-    AppendNumber(block, 1, 1);
-    AppendNumber(block, 2 * text.size(), 4);
-    for (const char16_t unit : text)
-        AppendNumber(block, unit, 2);
-    AppendNumber(block, 0, 2 + 4);
-    return block;
+    const auto size = static_cast<std::uint32_t>(2 * text.size());
+    return Bytes(1u, static_cast<std::uint32_t>(module.size())) + std::string(module) + Bytes(id, 7u, '\1', size) +
+           std::string(reinterpret_cast<const char*>(text.data()), size) + std::string(2 + 4, '\0');
 }
 
 void Load(const std::string& block)
@@ -79,23 +72,13 @@ TEST_F(Catalog, MalformedBlockIsRefusedWhole)
         EXPECT_THROW(Load(good.substr(0, length)), std::runtime_error) << length;
     EXPECT_THROW(Load(good + '\0'), std::runtime_error);
 
-    const struct {
-        std::size_t offset;
-        char value;
-        const char* what;
-    } rows[] = {
-        {0, 2, "a second record that is not there"},
-        {3, '\xFF', "four thousand million records"},
-        {4, 5, "module one byte too long"},
-        {7, '\xFF', "endless module"},
-        {21, 3, "odd text length"},
-        {24, '\x7F', "endless text"},
-        {29, 1, "no terminator"},
-    };
-    for (const auto& row : rows) {
+    // One record too many, far too many; a module too long, endless; an odd text, an endless one, one that has no end.
+    const std::pair<std::size_t, char> rows[] = {{0, 2},  {3, '\xFF'},  {4, 5}, {7, '\xFF'},
+                                                 {21, 3}, {24, '\x7F'}, {29, 1}};
+    for (const auto& [offset, value] : rows) {
         std::string bad = good;
-        bad[row.offset] = row.value;
-        EXPECT_THROW(Load(bad), std::runtime_error) << row.what;
+        bad[offset] = value;
+        EXPECT_THROW(Load(bad), std::runtime_error) << offset;
     }
     EXPECT_EQ(KivMessages::Text("Test", 1), WString());
     Load(good);
@@ -104,17 +87,8 @@ TEST_F(Catalog, MalformedBlockIsRefusedWhole)
 
 TEST_F(MessageText, SubstitutesEachPlaceOnce)
 {
-    const struct {
-        std::u16string_view text, expected;
-    } rows[] = {
-        {u"%1 to %2.", u"%2 to b."}, // the first parameter is itself "%2"
-        {u"%2%1%2", u"b%2b"},        {u"%3 and %9 stay", u"%3 and %9 stay"}, {u"%0 %a %%1 100%", u"%0 %a %%2 100%"},
-        {u"none", u"none"},
-    };
-    for (const auto& row : rows) {
-        Load(Block("Test", 1, row.text));
-        EXPECT_EQ(Utf8(Record(1, {u"%2"_w, u"b"_w})->Text()), Utf8(Wide(row.expected)));
-    }
+    Load(Block("Test", 1, u"%1 to %2.%2%1%2 %3 and %9 stay %0 %a %%1 100%"));
+    EXPECT_EQ(Utf8(Record(1, {u"%2"_w, u"b"_w})->Text()), "%2 to b.b%2b %3 and %9 stay %0 %a %%2 100%");
 }
 
 TEST_F(MessageText, ShowsEmptyParametersAndCutsLongNarrowOnes)
@@ -144,28 +118,16 @@ TEST_F(MessageText, EndsWithTheSystemsWordsForTheErrorCode)
     EXPECT_EQ(unknown->Text(), u"Failed."_w);
 }
 
-TEST_F(MessageText, OutlivesTheCatalogInAnException)
-{
-    Load(Block("Test", 1, u"Kept."));
-    const Exception exception(Record(1));
-    KivMessages::Free();
-    EXPECT_EQ(exception.What(), u"Kept."_w);
-    EXPECT_EQ(Exception(Record(1)).What(), WString());
-    EXPECT_EQ(Exception(SmartPtr<MessageInfo>()).What(), WString());
-}
-
-TEST_F(MessageText, IsAllThatCopyAndThrowKeep)
+TEST_F(MessageText, IsAllThatCopyAndThrowKeepAndOutlivesTheCatalog)
 {
     Load(Block("Test", 1, u"text"));
     const BinaryStreamPutEOFException original(Record(1));
-    const BinaryStreamPutEOFException copy = original;
-    EXPECT_EQ(copy.Message(), original.Message());
-
+    EXPECT_EQ(BinaryStreamPutEOFException(original).Message(), original.Message());
     const std::unique_ptr<BaseException> kept(original.Copy());
-    const auto* kin = dynamic_cast<const BinaryStreamPutEOFException*>(kept.get());
-    ASSERT_TRUE(kin);
-    EXPECT_EQ(kin->What(), u"text"_w);
-    EXPECT_FALSE(kin->Message());
+    KivMessages::Free();
+    EXPECT_EQ(original.What(), u"text"_w);
+    EXPECT_EQ(Exception(Record(1)).What(), WString());
+    EXPECT_EQ(Exception(SmartPtr<MessageInfo>()).What(), WString());
     try {
         kept->Throw();
     } catch (const BinaryStreamGetEOFException&) {
@@ -173,5 +135,6 @@ TEST_F(MessageText, IsAllThatCopyAndThrowKeep)
     } catch (const BinaryStreamException& thrown) {
         EXPECT_TRUE(dynamic_cast<const BinaryStreamPutEOFException*>(&thrown));
         EXPECT_EQ(thrown.What(), u"text"_w);
+        EXPECT_FALSE(thrown.Message());
     }
 }

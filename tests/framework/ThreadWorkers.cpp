@@ -2,6 +2,7 @@
 #include <atomic>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -44,10 +45,9 @@ TEST(Event, WakesAWorkerAgainAndAgain)
     EventSemaphore ping(EventSemaphore::AutoReset), pong(EventSemaphore::AutoReset);
     int turns = 0; // handed over by the events alone
     const auto worker = Started([&] {
-        for (int i = 0; i < 1000; ++i) {
+        for (; turns < 1000; pong.Signal()) {
             ping.Wait();
             ++turns;
-            pong.Signal();
         }
     });
     for (int i = 1; i <= 1000; ++i) {
@@ -60,18 +60,23 @@ TEST(Event, WakesAWorkerAgainAndAgain)
 
 TEST(CriticalSection, IsHeldByOneThreadAtATimeAndEnteredAgainByIt)
 {
-    CriticalSection section(4000);
-    int count = 0;
-    const auto add = [&] {
-        for (int i = 0; i < 10000; ++i) {
-            const CriticalSection::Lock lock(section);
-            const CriticalSection::Lock again(section);
-            ++count;
-        }
-    };
-    const auto first = Started(add), second = Started(add);
-    EXPECT_TRUE(first->Wait() && second->Wait());
-    EXPECT_EQ(count, 20000);
+    for (const unsigned int spinCount : {0u, 4000u}) {
+        CriticalSection section(spinCount);
+        int count = 0;
+        const auto add = [&] {
+            for (int i = 0; i < 10000; ++i) {
+                const CriticalSection::Lock lock(section);
+                const CriticalSection::Lock again(section);
+                const int before = count;
+                if (i % 100 == 0)
+                    std::this_thread::yield();
+                count = before + 1;
+            }
+        };
+        const auto first = Started(add), second = Started(add);
+        EXPECT_TRUE(first->Wait() && second->Wait());
+        EXPECT_EQ(count, 20000);
+    }
 }
 
 TEST(Thread, RunsOnceAndIsWaitedForByOthersOnly)
@@ -127,14 +132,14 @@ TEST(Function, MemberWrapperForwardsItsArgumentOrTheDefault)
     };
     int given, byDefault;
     const Kiv::SmartPtr<Target> target = Kiv::MakeShared<Target>();
-    const Kiv::SmartPtr<Function> shared = MakeFunction(MemberPointerWrapper_(target, &Target::Take, &byDefault));
-    const Kiv::SmartPtr<Function> plain = MakeFunction(MemberPointerWrapper_(target.Get(), &Target::Take));
-    (*shared)(&given);
-    EXPECT_EQ(target->taken, &given);
-    (*shared)(nullptr);
-    EXPECT_EQ(target->taken, &byDefault);
-    (*plain)(nullptr);
-    EXPECT_EQ(target->taken, nullptr);
+    const auto takenFrom = [&](const Kiv::SmartPtr<Function>& function, void* argument) {
+        (*function)(argument);
+        return target->taken;
+    };
+    const auto shared = MakeFunction(MemberPointerWrapper_(target, &Target::Take, &byDefault));
+    EXPECT_EQ(takenFrom(shared, &given), &given);
+    EXPECT_EQ(takenFrom(shared, nullptr), &byDefault);
+    EXPECT_EQ(takenFrom(MakeFunction(MemberPointerWrapper_(target.Get(), &Target::Take)), nullptr), nullptr);
 }
 
 TEST(ThreadException, CarriesTheSystemsWordsForTheLastError)

@@ -1,6 +1,7 @@
 // Typed values and dates in words.
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -12,32 +13,22 @@ using namespace Kiv::Literals;
 
 TEST(Variant, SaysItsTypeAndItsValueInWords)
 {
-    struct Row {
+    const struct {
         Variant value;
         std::string_view type;
         std::string words;
-    };
-    const Row ROWS[] = {
-        {Variant(true), "bool", "true"},
-        {Variant(static_cast<unsigned char>(65)), "uchar", "65"},
-        {Variant(static_cast<short>(-32768)), "short", "-32768"},
-        {Variant(static_cast<unsigned short>(65535)), "ushort", "65535"},
+    } rows[] = {
         {Variant(std::numeric_limits<int>::min()), "int", "-2147483648"},
-        {Variant(4294967295u), "uint", "4294967295"},
         {Variant(0.1f), "float", "0.1"},
         {Variant(0.1 + 0.2), "double", "0.30000000000000004"},
         {Variant(-std::numeric_limits<double>::max()), "double", "-1.7976931348623157e+308"},
         {Variant(u"\u20AC \xD800"_w), "wstring", "\xE2\x82\xAC \xED\xA0\x80"},
         {Variant(DateTime()), "datetime", "1970-01-01T00:00:00Z"},
     };
-    for (const Row& row : ROWS) {
+    for (const auto& row : rows) {
         EXPECT_EQ(row.value.TypeName(), row.type);
         EXPECT_EQ(Kiv::Utf8(row.value.AsWString()), row.words);
     }
-}
-
-TEST(Variant, HasNoFormItWasNotGiven)
-{
     EXPECT_EQ(Variant().TypeName(), "empty");
     EXPECT_THROW((void)Variant().AsWString(), Variant::VariantException);
     EXPECT_THROW((void)Variant(1).As<unsigned int>(), Variant::VariantException);
@@ -46,11 +37,7 @@ TEST(Variant, HasNoFormItWasNotGiven)
 
 TEST(DateTime, IsWrittenAsUtcCalendarTime)
 {
-    struct Row {
-        std::int64_t seconds;
-        const char* text;
-    };
-    constexpr Row ROWS[] = {
+    constexpr std::pair<std::int64_t, const char*> ROWS[] = {
         {0, "1970-01-01T00:00:00Z"},
         {-1, "1969-12-31T23:59:59Z"},
         {951868799, "2000-02-29T23:59:59Z"},
@@ -61,8 +48,8 @@ TEST(DateTime, IsWrittenAsUtcCalendarTime)
         {-62135596801, "0000-12-31T23:59:59Z"},
         {-62167219201, "-0001-12-31T23:59:59Z"},
     };
-    for (const Row& row : ROWS)
-        EXPECT_EQ(DateTime(row.seconds).ToString(), row.text);
+    for (const auto& [seconds, text] : ROWS)
+        EXPECT_EQ(DateTime(seconds).ToString(), text);
     EXPECT_FALSE(DateTime(std::numeric_limits<std::int64_t>::max()).ToString().empty());
     EXPECT_FALSE(DateTime(std::numeric_limits<std::int64_t>::min()).ToString().empty());
 }

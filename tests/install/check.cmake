@@ -15,7 +15,7 @@ run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
 file(RENAME ${WORK}/first ${WORK}/moved)
 
 set(arguments -G Ninja -S ${SOURCE}/consumer -B ${WORK}/consumer -DCMAKE_BUILD_TYPE=${CONFIG}
-    -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DCMAKE_PREFIX_PATH=${WORK}/moved "-DCMAKE_CXX_FLAGS=${FLAGS}")
+    -DCMAKE_PREFIX_PATH=${WORK}/moved "-DCMAKE_CXX_FLAGS=${FLAGS}")
 if(TOOLCHAIN)
     list(APPEND arguments -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
 endif()

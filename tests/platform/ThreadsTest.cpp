@@ -90,38 +90,4 @@ TEST(Threads, TheEndComesAfterTheThreadsOwnVariables)
     EXPECT_TRUE(s_cleanedUp);
 }
 
-struct Counter {
-    CriticalSection* section;
-    int count = 0;
-
-    static DWORD Run(void* parameter)
-    {
-        auto& counter = *static_cast<Counter*>(parameter);
-        for (int i = 0; i < 10000; ++i) {
-            EnterCriticalSection(counter.section);
-            EnterCriticalSection(counter.section);
-            ++counter.count;
-            LeaveCriticalSection(counter.section);
-            LeaveCriticalSection(counter.section);
-        }
-        return 0;
-    }
-};
-
-TEST(CriticalSections, AreRecursiveAndKeepOthersOutWithAndWithoutSpinning)
-{
-    for (const DWORD spinCount : {0u, 4000u}) {
-        Counter counter{InitializeCriticalSectionAndSpinCount(spinCount)};
-        {
-            const Opened a(CreateThread(Counter::Run, &counter, "a"));
-            const Opened b(CreateThread(Counter::Run, &counter, "b"));
-            Counter::Run(&counter);
-            WaitForSingleObject(a, Infinite);
-            WaitForSingleObject(b, Infinite);
-        }
-        EXPECT_EQ(counter.count, 30000);
-        DeleteCriticalSection(counter.section);
-    }
-}
-
 } // namespace

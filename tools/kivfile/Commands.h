@@ -14,6 +14,7 @@ struct Console {
     std::ostream& out;
     std::ostream& err;
     bool errIsTerminal = false;
+    bool outIsTerminal = false;
 };
 
 enum ExitCode {

@@ -152,7 +152,8 @@ int PrintProperties(const PropertiesOptions& options, const Console& console)
     ForEachInOrder<Report>(
         files.size(), options.jobs, [&](std::size_t i) { return ReportOn(files[i], options.json, console.in); },
         [&](const Report& report) {
-            bar.Hide();
+            if (console.outIsTerminal || !report.err.empty())
+                bar.Hide(); // it would stand in the middle of the line
             console.out << report.out;
             if (!report.err.empty()) {
                 code = SomethingFailed;

@@ -9,7 +9,8 @@ int main(int count, char** arguments)
 {
     KivSys::MakeStandardStreamsBinary();
     std::ios::sync_with_stdio(false);
-    const KivTool::Console console{std::cin, std::cout, std::cerr, KivSys::StandardErrorIsTerminal()};
+    const KivTool::Console console{std::cin, std::cout, std::cerr, KivSys::StandardErrorIsTerminal(),
+                                   KivSys::StandardOutputIsTerminal()};
     const int code = KivTool::Run({arguments + (count > 0 ? 1 : 0), arguments + count}, console);
     std::cout.flush();
     if (!std::cout) {

@@ -63,7 +63,7 @@ public:
         RootStorage& operator=(const RootStorage&) = delete;
         ~RootStorage();
 
-        // Where scratch buffers that outgrow the memory put their spill files.
+        // Where a mini stream that outgrows the memory has its spill file.
         [[nodiscard]] const std::string& TempPath() const { return m_tempPath; }
 
         // As Storage::ReadStream by id.
@@ -142,7 +142,7 @@ public:
     };
 
     // Opens a document that begins at position 0 of buffer, where its get position must be. tempPath is the directory
-    // for the spill files of scratch buffers; empty stands for the system's. Throws NotAStorageOLEException and
+    // for the spill file of a large mini stream; empty stands for the system's. Throws NotAStorageOLEException and
     // CorruptedStorageOLEException as RootStorage does.
     Storage(const std::string& tempPath, Kiv::BinaryStreamBufT<unsigned int>& buffer);
 
@@ -158,7 +158,8 @@ public:
     [[nodiscard]] Kiv::SmartPtr<Storage> OpenStorage(const Kiv::WString& name) const;
 
     // Appends the bytes of a stream to out, as many as can be read of those its directory entry declares; none for
-    // a directory entry that is not there. Any id of the document will do. Throws what out throws.
+    // a directory entry that is not there. Any id of the document will do. Throws what out throws, and what DiskBuffer
+    // throws for the spill file of a large mini stream.
     void ReadStream(std::uint32_t id, Kiv::BinaryStreamBufT<unsigned int>& out) const;
     // The same for the first child stream of exactly that name. Throws StreamNotFoundOLEException when Streams() lists
     // none.
@@ -166,7 +167,7 @@ public:
 
     // Adds the properties of all property sets in this storage and those below it, breadth first: the document's own
     // come before those of the objects in it, and the first value of a key wins. Streams that are no property set are
-    // passed over. Throws what the scratch buffer throws where it must spill to a file.
+    // passed over. Throws what DiskBuffer throws for the mini stream's spill file, as ReadStream does.
     void Properties(PropertyStorage::EnumMap& byEnum, PropertyStorage::NameMap& byName) const;
     // The same in one map, as PropertyStorage::MergePropertyMap merges them.
     void Properties(PropertyStorage::AllMap& all) const;

@@ -1,8 +1,6 @@
 // Failures in the middle of a write, which only this system lets a test bring about.
-#include <csignal>
 #include <filesystem>
 #include <string>
-#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -10,34 +8,12 @@
 #include <KivFile/DiskBuffer.h>
 
 #include "../TemporaryDirectory.h"
+#include "FileSizeLimit.h"
 
 namespace
 {
 
 using File = KivFile::CFileT<unsigned int>;
-
-// While it lives, no file of this process grows beyond the limit.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t limit)
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_old);
-        const rlimit lowered{limit, m_old.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &lowered);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_old);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    rlimit m_old{};
-    void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
 
 TEST(FullDisk, AWriteThrowsAndStagedBytesStay)
 {

@@ -1,0 +1,38 @@
+#include <cstdio>
+
+#include <platform/windows/System.h>
+
+namespace KivSys
+{
+
+bool CopyFileA(const char* from, const char* to, bool failIfExists)
+{
+    return ::CopyFileA(from, to, failIfExists ? TRUE : FALSE) != 0;
+}
+
+bool CopyFileW(const WCHAR* from, const WCHAR* to, bool failIfExists)
+{
+    return ::CopyFileW(Wide(from), Wide(to), failIfExists ? TRUE : FALSE) != 0;
+}
+
+bool MoveFileA(const char* from, const char* to)
+{
+    return ::MoveFileA(from, to) != 0;
+}
+
+bool MoveFileW(const WCHAR* from, const WCHAR* to)
+{
+    return ::MoveFileW(Wide(from), Wide(to)) != 0;
+}
+
+int RenameA(const char* from, const char* to)
+{
+    return std::rename(from, to);
+}
+
+int RenameW(const WCHAR* from, const WCHAR* to)
+{
+    return ::_wrename(Wide(from), Wide(to));
+}
+
+} // namespace KivSys

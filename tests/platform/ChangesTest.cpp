@@ -1,0 +1,150 @@
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include "Folder.h"
+#include "Listing.h"
+
+namespace
+{
+
+using namespace KivSys;
+
+DWORD CodeOf(bool isDone)
+{
+    return isDone ? DWORD{ErrorSuccess} : GetLastError();
+}
+
+WideText Wide(const std::string& path)
+{
+    WideText wide(path.begin(), path.end());
+    wide.push_back(0);
+    return wide;
+}
+
+// Windows gives files the archive bit by itself.
+DWORD KeptAttributes(const std::string& path)
+{
+    return GetFileAttributesA(path.c_str()) & (AttributeReadOnly | AttributeHidden | AttributeSystem);
+}
+
+TEST(SettingAttributes, EachBitGoesOnAndOff)
+{
+    const Folder folder;
+    WriteText(folder / "file", "text");
+    for (const DWORD bit : {AttributeReadOnly, AttributeHidden, AttributeSystem}) {
+        ASSERT_TRUE(SetFileAttributesA((folder / "file").c_str(), bit));
+        EXPECT_EQ(KeptAttributes(folder / "file"), bit);
+        ASSERT_TRUE(SetFileAttributesW(Wide(folder / "file").data(), AttributeNormal));
+        EXPECT_EQ(KeptAttributes(folder / "file"), 0u) << bit;
+    }
+    EXPECT_FALSE(SetFileAttributesA((folder / "missing").c_str(), AttributeNormal));
+    EXPECT_EQ(GetLastError(), ErrorFileNotFound);
+}
+
+TEST(Copying, TakesBytesTimeAndAttributesAlong)
+{
+    const Folder folder;
+    WriteText(folder / "from", "text");
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000);
+    std::filesystem::last_write_time(folder.Path() + "/from", old);
+    ASSERT_TRUE(SetFileAttributesA((folder / "from").c_str(), AttributeReadOnly | AttributeHidden));
+    WriteText(folder / "old", "something longer");
+    ASSERT_TRUE(CopyFileA((folder / "from").c_str(), (folder / "new").c_str(), true)) << GetLastError();
+    ASSERT_TRUE(CopyFileW(Wide(folder / "from").data(), Wide(folder / "old").data(), false)) << GetLastError();
+    FileAttributeData from, to;
+    ASSERT_TRUE(GetFileAttributesExA((folder / "from").c_str(), &from));
+    for (const char* name : {"new", "old"}) {
+        ASSERT_TRUE(GetFileAttributesExA((folder / name).c_str(), &to));
+        EXPECT_EQ(ReadText(folder / name), "text");
+        if (!IsWine() || name == std::string("new")) { // Wine gives a target that was there no attributes
+            EXPECT_EQ(KeptAttributes(folder / name), KeptAttributes(folder / "from")) << name;
+        }
+        EXPECT_EQ(to.lastWriteTime.high, from.lastWriteTime.high);
+        EXPECT_EQ(to.lastWriteTime.low, from.lastWriteTime.low);
+    }
+    if (!IsWine()) { // which lets root write read-only files
+        WriteText(folder / "other", "other");
+        EXPECT_FALSE(CopyFileA((folder / "other").c_str(), (folder / "new").c_str(), false));
+        EXPECT_EQ(GetLastError(), ErrorAccessDenied);
+    }
+    for (const char* name : {"from", "new", "old"})
+        SetFileAttributesA((folder / name).c_str(), AttributeNormal);
+}
+
+using Change = std::function<bool(const char*, const char*)>;
+
+struct ChangeRow {
+    const char* from;
+    const char* to;
+    DWORD error;
+};
+
+// Each change that fails leaves all as it was.
+template <std::size_t N>
+void ExpectFailures(const Change& change, const ChangeRow (&rows)[N])
+{
+    const Folder folder;
+    WriteText(folder / "file", "file");
+    WriteText(folder / "taken", "taken");
+    ASSERT_EQ(MakeDirectoryA((folder / "sub").c_str()), 0);
+    const Opened inUse(OpenFile(folder / "in use", CreateNew));
+    const Names before = Find(folder / "*");
+    for (const ChangeRow& row : rows) {
+        EXPECT_EQ(CodeOf(change((folder / row.from).c_str(), (folder / row.to).c_str())), row.error)
+            << row.from << " to " << row.to;
+        EXPECT_EQ(Find(folder / "*"), before) << row.from << " to " << row.to;
+        EXPECT_EQ(ReadText(folder / "taken"), "taken");
+    }
+}
+
+TEST(Copying, FailuresHaveTheirCodesAndChangeNothing)
+{
+    const ChangeRow always[] = {
+        {"missing", "new", ErrorFileNotFound},       {"missing\\x", "new", ErrorPathNotFound},
+        {"file", "missing\\new", ErrorPathNotFound}, {"file", "file", ErrorSharingViolation},
+        {"in use", "new", ErrorSharingViolation},    {"file", "in use", ErrorSharingViolation},
+        {"sub", "new", ErrorAccessDenied},           {"file", "sub", ErrorAccessDenied},
+    };
+    ExpectFailures([](const char* from, const char* to) { return CopyFileA(from, to, false); }, always);
+    const ChangeRow unlessThere[] = {{"file", "taken", ErrorFileExists}};
+    ExpectFailures([](const char* from, const char* to) { return CopyFileA(from, to, true); }, unlessThere);
+}
+
+TEST(Moving, NeverReplacesAndSaysWhyItFails)
+{
+    const ChangeRow rows[] = {
+        {"file", "taken", ErrorAlreadyExists},    {"sub", "taken", ErrorAlreadyExists},
+        {"file", "sub", ErrorAlreadyExists},      {"missing", "new", ErrorFileNotFound},
+        {"missing\\x", "new", ErrorPathNotFound}, {"file", "missing\\new", ErrorPathNotFound},
+        {"missing", "taken", ErrorFileNotFound},
+    };
+    ExpectFailures([](const char* from, const char* to) { return MoveFileA(from, to); }, rows);
+    ExpectFailures([](const char* from, const char* to) { return RenameA(from, to) == 0; }, rows);
+}
+
+TEST(Moving, FilesAndDirectoriesTakeTheirNewNames)
+{
+    const Folder folder;
+    WriteText(folder / "file", "text");
+    ASSERT_EQ(MakeDirectoryA((folder / "sub").c_str()), 0);
+    EXPECT_TRUE(MoveFileA((folder / "file").c_str(), (folder / "sub\\file").c_str()));
+    EXPECT_TRUE(MoveFileW(Wide(folder / "sub").data(), Wide(folder / "moved").data()));
+    EXPECT_EQ(RenameA((folder / "moved\\file").c_str(), (folder / "File").c_str()), 0);
+    EXPECT_EQ(RenameW(Wide(folder / "File").data(), Wide(folder / "file").data()), 0) << "letter case only";
+    EXPECT_TRUE(MoveFileA((folder / "file").c_str(), (folder / "file").c_str())) << "to itself";
+    EXPECT_EQ(ReadText(folder / "file"), "text");
+    // Wine keeps the old case.
+    EXPECT_EQ(Find(folder / "*"), (Names{IsWine() ? "File" : "file", "moved"}));
+}
+
+TEST(CreatingNewFiles, WriteAccessAndWriteSharingAreEnough)
+{
+    const Folder folder;
+    const Opened file(OpenFile(folder / "new", CreateNew, GenericWrite, ShareWrite, 0));
+    EXPECT_TRUE(file);
+    EXPECT_EQ(OpenFile(folder / "new", CreateNew, GenericWrite, ShareWrite, 0), InvalidHandle());
+    EXPECT_EQ(GetLastError(), ErrorFileExists);
+}
+
+} // namespace

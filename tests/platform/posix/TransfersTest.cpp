@@ -1,0 +1,190 @@
+// Copies and moves where file systems, links, devices and limits come in.
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "../Folder.h"
+#include "../Listing.h"
+
+namespace
+{
+
+using namespace KivSys;
+namespace fs = std::filesystem;
+
+// A directory on another file system than the test's folder; empty when the machine has none.
+class OtherVolume
+{
+public:
+    explicit OtherVolume(const Folder& folder)
+    {
+        struct stat here, there;
+        char path[] = "/dev/shm/kiv-platform-XXXXXX";
+        if (::stat(folder.Path().c_str(), &here) == 0 && ::stat("/dev/shm", &there) == 0 &&
+            here.st_dev != there.st_dev && ::mkdtemp(path) != nullptr)
+            m_path = path;
+    }
+    OtherVolume(const OtherVolume&) = delete;
+    OtherVolume& operator=(const OtherVolume&) = delete;
+    ~OtherVolume() { fs::remove_all(m_path); }
+
+    const std::string& Path() const { return m_path; }
+    std::string operator/(const std::string& name) const { return m_path + '\\' + name; }
+
+private:
+    std::string m_path;
+};
+
+TEST(MovingAcrossVolumes, TakesFilesAndLinksButNoDirectories)
+{
+    const Folder folder;
+    const OtherVolume other(folder);
+    if (other.Path().empty())
+        GTEST_SKIP() << "one volume only";
+    WriteText(folder / "file", "text");
+    ASSERT_EQ(::chmod((folder.Path() + "/file").c_str(), 0440), 0);
+    fs::create_symlink("nowhere", fs::path(folder.Path()) / "link");
+    ASSERT_EQ(MakeDirectoryA((folder / "sub").c_str()), 0);
+    ASSERT_EQ(::mkfifo((folder.Path() + "/pipe").c_str(), 0600), 0);
+    const auto move = [&](const std::string& from, const std::string& to) {
+        return MoveFileA(from.c_str(), to.c_str()) ? DWORD{ErrorSuccess} : GetLastError();
+    };
+    EXPECT_EQ(RenameA((folder / "file").c_str(), (other / "file").c_str()), -1);
+    EXPECT_EQ(GetLastError(), ErrorNotSameDevice);
+    EXPECT_EQ(move(folder / "sub", other / "sub"), ErrorNotSameDevice);
+    EXPECT_EQ(move(folder / "pipe", other / "pipe"), ErrorNotSameDevice);
+    WriteText(other / "taken", "taken");
+    EXPECT_EQ(move(folder / "file", other / "taken"), ErrorAlreadyExists);
+    EXPECT_EQ(ReadText(other / "taken"), "taken");
+    EXPECT_EQ(move(folder / "file", other / "missing\\x"), ErrorPathNotFound);
+    EXPECT_EQ(ReadText(folder / "file"), "text");
+    EXPECT_EQ(move(folder / "file", other / "file"), ErrorSuccess);
+    EXPECT_EQ(move(folder / "link", other / "link"), ErrorSuccess);
+    EXPECT_EQ(ReadText(other / "file"), "text");
+    EXPECT_EQ(GetFileAttributesA((other / "file").c_str()), DWORD{AttributeReadOnly});
+    EXPECT_EQ(fs::read_symlink(fs::path(other.Path()) / "link"), "nowhere");
+    EXPECT_EQ(Find(folder / "*"), (Names{"sub", "pipe"}));
+}
+
+// While it lives, no file of this process grows beyond the limit.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t limit)
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_old);
+        const rlimit lowered{limit, m_old.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &lowered);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_old);
+        std::signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    rlimit m_old{};
+    void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
+TEST(PosixCopying, AFailureOnTheWayLeavesNoPartAndTheOldTarget)
+{
+    const Folder folder;
+    WriteText(folder / "from", std::string(100000, 'x'));
+    WriteText(folder / "old", "old");
+    for (const char* name : {"old", "new"}) {
+        const FileSizeLimit limit(5000);
+        EXPECT_FALSE(CopyFileA((folder / "from").c_str(), (folder / name).c_str(), false));
+        EXPECT_EQ(GetLastError(), ErrorFileTooLarge);
+    }
+    EXPECT_EQ(ReadText(folder / "old"), "old");
+    EXPECT_EQ(Find(folder / "*"), (Names{"from", "old"}));
+}
+
+TEST(PosixCopying, FollowsLinksLeavesDevicesAloneAndDropsLentRights)
+{
+    const Folder folder;
+    const fs::path root = folder.Path();
+    WriteText(folder / "from", "text");
+    WriteText(folder / "target", "old");
+    fs::create_symlink("from", root / "source link");
+    fs::create_symlink("target", root / "target link");
+    fs::create_symlink("from", root / "self");
+    ASSERT_EQ(::chmod((root / "from").c_str(), 04750), 0);
+    ASSERT_EQ(::mkfifo((root / "pipe").c_str(), 0600), 0);
+    const auto copy = [&](const std::string& from, const std::string& to) {
+        return CopyFileA(from.c_str(), to.c_str(), false) ? DWORD{ErrorSuccess} : GetLastError();
+    };
+    EXPECT_EQ(copy(folder / "source link", folder / "target link"), ErrorSuccess);
+    EXPECT_TRUE(fs::is_symlink(root / "target link"));
+    EXPECT_EQ(ReadText(folder / "target"), "text");
+    EXPECT_EQ(fs::status(root / "target").permissions(), fs::perms(0750));
+    EXPECT_EQ(copy(folder / "from", folder / "self"), ErrorSharingViolation);
+    EXPECT_EQ(copy(folder / "pipe", folder / "new"), ErrorAccessDenied);
+    EXPECT_EQ(copy("\\dev\\zero", folder / "new"), ErrorAccessDenied);
+    EXPECT_EQ(copy(folder / "from", "\\dev\\null"), ErrorAccessDenied);
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    EXPECT_EQ(copy("\\proc\\self\\status", folder / "new"), ErrorSuccess);
+    EXPECT_GT(fs::file_size(root / "new"), 100u) << "it has bytes but no size";
+}
+
+// As on a file system that cannot rename without replacing; for the rest of the process.
+void ForbidRenameat2()
+{
+    sock_filter rules[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EINVAL),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program{std::size(rules), rules};
+    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0);
+}
+
+TEST(MovingDeathTest, ReplacesNothingWhereTheSystemCouldOnlyReplace)
+{
+    const Folder folder;
+    for (const char* name : {"file", "link's target", "taken"})
+        WriteText(folder / name, name);
+    fs::create_symlink("link's target", fs::path(folder.Path()) / "link");
+    for (const char* name : {"sub", "taken sub"})
+        ASSERT_EQ(MakeDirectoryA((folder / name).c_str()), 0);
+    WriteText(folder / "sub\\inside", "");
+    const auto moveAll = [&folder] {
+        ForbidRenameat2();
+        const auto code = [&](const char* from, const char* to) {
+            return MoveFileA((folder / from).c_str(), (folder / to).c_str()) ? DWORD{ErrorSuccess} : GetLastError();
+        };
+        int failures = ::renameat2(-1, "", -1, "", 1) == -1 && errno == EINVAL ? 0 : 100;
+        failures += code("file", "taken") != ErrorAlreadyExists;
+        failures += code("sub", "taken sub") != ErrorAlreadyExists;
+        failures += code("missing", "new") != ErrorFileNotFound;
+        failures += code("sub", "sub\\below") == ErrorSuccess;
+        failures += code("file", "moved file") != ErrorSuccess;
+        failures += code("link", "moved link") != ErrorSuccess;
+        failures += code("sub", "moved sub") != ErrorSuccess;
+        std::_Exit(failures);
+    };
+    EXPECT_EXIT(moveAll(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(Find(folder / "*"),
+              (Names{"moved file", "moved link", "link's target", "moved sub", "taken", "taken sub"}));
+    EXPECT_EQ(Find(folder / "moved sub\\*"), Names{"inside"});
+    EXPECT_EQ(ReadText(folder / "moved link"), "link's target");
+    EXPECT_EQ(ReadText(folder / "taken"), "taken");
+}
+
+} // namespace
