@@ -3,7 +3,6 @@
 #include <limits>
 
 #include "PathText.h"
-#include <platform/Platform.h>
 
 namespace KivFile
 {
@@ -25,35 +24,6 @@ template <class T>
 typename PathT<T>::String FromAscii(std::string_view text)
 {
     return {text.begin(), text.end()};
-}
-
-bool GetFileAttributesExWrp(const char* path, KivSys::FileAttributeData* data)
-{
-    return KivSys::GetFileAttributesExA(path, data);
-}
-
-bool GetFileAttributesExWrp(const unsigned short* path, KivSys::FileAttributeData* data)
-{
-    return KivSys::GetFileAttributesExW(path, data);
-}
-
-// The zero date stands for one that a date cannot hold.
-Kiv::DateTime DateOf(const KivSys::FileTime& time)
-{
-    std::int64_t seconds = 0;
-    try {
-        Kiv::FileTimeToUnixTime({time.low, time.high}, &seconds);
-    } catch (const Kiv::DateTimeInvalidException&) {
-    }
-    return Kiv::DateTime(seconds);
-}
-
-// Where the last component begins: behind the last separator or the drive.
-template <class T>
-std::size_t FileNameStart(View<T> text)
-{
-    const std::size_t behindSeparator = text.find_last_of(SEPARATORS<T>) + 1;
-    return std::max<std::size_t>(behindSeparator, PathText::HasDrive<T>(text) ? 2 : 0);
 }
 
 // How much of a text stays before a new extension and its dot.
@@ -196,7 +166,7 @@ typename PathT<T>::String PathT<T>::Root() const
 template <class T>
 typename PathT<T>::String PathT<T>::FileName() const
 {
-    return m_fullPath.substr(FileNameStart<T>(m_fullPath));
+    return m_fullPath.substr(PathText::FileNameStart<T>(m_fullPath));
 }
 
 template <class T>
@@ -211,7 +181,7 @@ template <class T>
 typename PathT<T>::String PathT<T>::Directory() const
 {
     if (!IsDirectory())
-        return m_fullPath.substr(0, FileNameStart<T>(m_fullPath));
+        return m_fullPath.substr(0, PathText::FileNameStart<T>(m_fullPath));
     return m_fullPath.ends_with(PATH_SEPARATOR) ? m_fullPath : m_fullPath + PATH_SEPARATOR;
 }
 
@@ -259,76 +229,12 @@ PathT<T>& PathT<T>::ChangeExtension(const String& extension, ChangeExtensionMode
     return *this;
 }
 
-template <class T>
-bool PathT<T>::Exists() const
-{
-    return GetAttributes() != NOT_READ;
-}
-
-template <class T>
-bool PathT<T>::IsDirectory() const
-{
-    return HasAttribute(KivSys::AttributeDirectory);
-}
-
-template <class T>
-bool PathT<T>::IsFile() const
-{
-    return Exists() && !HasAttribute(KivSys::AttributeDirectory);
-}
-
-template <class T>
-const std::uint64_t& PathT<T>::Size() const
-{
-    GetAttributes();
-    return m_size;
-}
-
-template <class T>
-const Kiv::DateTime& PathT<T>::GetLastModificationDate() const
-{
-    GetAttributes();
-    return m_lastModificationDate;
-}
-
-template <class T>
-void PathT<T>::ClearAttributes()
-{
-    m_attributes = NOT_READ;
-}
-
 // Normalises a new text, of which nothing is known yet.
 template <class T>
 void PathT<T>::Initialize()
 {
     PathText::Normalize(m_fullPath);
     ClearAttributes();
-}
-
-template <class T>
-std::int32_t PathT<T>::GetAttributes() const
-{
-    if (m_attributes == NOT_READ)
-        RefreshInfo();
-    return m_attributes;
-}
-
-// Whether the file exists and has the attribute.
-template <class T>
-bool PathT<T>::HasAttribute(std::uint32_t attribute) const
-{
-    return Exists() && (static_cast<std::uint32_t>(m_attributes) & attribute) != 0;
-}
-
-template <class T>
-void PathT<T>::RefreshInfo() const
-{
-    KivSys::FileAttributeData data;
-    if (!GetFileAttributesExWrp(m_fullPath.c_str(), &data))
-        return;
-    m_attributes = static_cast<std::int32_t>(data.attributes);
-    m_size = std::uint64_t{data.sizeHigh} << 32 | data.sizeLow;
-    m_lastModificationDate = DateOf(data.lastWriteTime);
 }
 
 template <class T>
@@ -358,6 +264,7 @@ Stream& operator>>(Stream& stream, PathT<T>& path)
     return stream;
 }
 
+// What is defined in this file; PathFileSystem.cpp and PathListing.cpp instantiate the rest.
 template class PathT<char>;
 template class PathT<unsigned short>;
 template Stream& operator<<(Stream&, const PathT<char>&);

@@ -38,6 +38,14 @@ bool IsUNC(View<T> text)
     return text.size() >= 2 && text[0] == SEPARATOR && text[1] == SEPARATOR;
 }
 
+// Where the last component begins: behind the last separator or the drive.
+template <class T>
+std::size_t FileNameStart(View<T> text)
+{
+    const std::size_t behindSeparator = text.find_last_of(SEPARATORS<T>) + 1;
+    return std::max<std::size_t>(behindSeparator, HasDrive<T>(text) ? 2 : 0);
+}
+
 // The characters of a root, which no ".." climbs over: "C:", "C:\", "\", "\\server\" or none.
 template <class T>
 std::size_t RootLength(View<T> text)

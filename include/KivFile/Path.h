@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include <Kiv/DateTime.h>
 #include <KivBase/BinaryStream.h>
@@ -60,6 +61,18 @@ public:
         EXTENSION_APPEND = 0,       // nothing: the new one goes behind the whole name
         EXTENSION_REPLACE_LAST = 1, // what follows the last dot of the name
         EXTENSION_REPLACE_ALL = 2,  // what follows the first dot of the name
+    };
+
+    // Attributes that SetAttribute changes, as bits of the platform. What the file system cannot store stays as it is.
+    enum FileAttributes : std::uint32_t {
+        ATTRIBUTE_READ_ONLY = 0x1,
+        ATTRIBUTE_HIDDEN = 0x2,
+        ATTRIBUTE_SYSTEM = 0x4,
+        ATTRIBUTE_DIRECTORY = 0x10,
+        ATTRIBUTE_ARCHIVE = 0x20,
+        ATTRIBUTE_TEMPORARY = 0x100,
+        ATTRIBUTE_OFFLINE = 0x1000,
+        ATTRIBUTE_NOT_INDEXED = 0x2000,
     };
 
     // The path ".".
@@ -122,10 +135,17 @@ public:
     [[nodiscard]] friend bool operator<(const PathT& path, const String& text) { return path.m_fullPath < text; }
 
     // These ask the file system while nothing is remembered. A file that does not exist is not remembered: it is asked
-    // for again the next time.
+    // for again the next time, and is false to each of them.
     [[nodiscard]] bool Exists() const;
     [[nodiscard]] bool IsDirectory() const;
     [[nodiscard]] bool IsFile() const;
+    [[nodiscard]] bool IsReadOnly() const;
+    [[nodiscard]] bool IsHidden() const;
+    [[nodiscard]] bool IsNotIndexed() const;
+    // Whether the content is at hand: the file is not offline.
+    [[nodiscard]] bool IsReadable() const;
+    // Whether the file is neither offline nor read-only.
+    [[nodiscard]] bool IsWritable() const;
     // Bytes; 0 for a file that was never seen.
     [[nodiscard]] const std::uint64_t& Size() const;
     // The zero date for a file that was never seen or was last written before 1970.
@@ -134,16 +154,106 @@ public:
     // Forgets the attributes, so that the next query asks the file system. The file is not touched.
     void ClearAttributes();
 
+    // Sets or clears the attribute's bits beside those that the file has now, and forgets the attributes.
+    // Throws FileCannotSetAttributes.
+    void SetAttribute(FileAttributes attribute, bool on);
+
+    // Makes the directory and all that is missing above it; one that exists is no error.
+    // Throws FileCannotCreateException naming the path, or, where a file is in the way, the part of the path that ends
+    // with that file and a backslash.
+    void CreateDir();
+
+    // Makes a new empty file, and the directory for it when it is missing. Throws FileCannotCreateException, also when
+    // the file exists. The name is the same for both widths.
+    void CreateFileW();
+
+    // Deletes a file or an empty directory; with force, a file's read-only and hidden attributes are taken away first.
+    // What does not exist, is offline or is (still) read-only stays, and that is no error.
+    // A link is removed itself, and what it leads to is never changed.
+    // Throws FileCannotDeleteException and FileCannotSetAttributes.
+    void Delete(bool force);
+
+    // Deletes the path with all that is below it, by the rules of Delete, children first and in the order of the list.
+    // A link (a reparse point) is never entered: it is removed, and what it leads to stays.
+    // Throws as Delete does, CannotListAllFilesException too; what was deleted before stays deleted. A directory that
+    // is not empty in the end, as when something read-only stayed in it, cannot be deleted.
+    void RecursiveDelete(bool force);
+
+    // Copies the file with its dates and attributes. Mind the flags: the member's one allows to replace a target, the
+    // static one's forbids it. Throw FileCannotCopyException; no partial target is left.
+    void Copy(const String& to, bool overwrite) const;
+    static void Copy(const String& from, const String& to, bool failIfExists);
+
+    // Give the file or directory another name; an existing target is never replaced. Rename stays within a volume, Move
+    // takes files to another one. The members take the new text afterwards, with nothing remembered.
+    // Throw FileCannotMoveException.
+    void Move(const String& to);
+    static void Move(const String& from, const String& to);
+    void Rename(const String& to);
+    static void Rename(const String& from, const String& to);
+
+    // Append the entries of this directory that match filter ("*" and "?" are wildcards, "*.*" is everything) to out,
+    // in the order of the file system and without "." and "..". Nothing is appended, and nothing thrown, where the path
+    // is no directory or the search cannot start.
+    // Entries remember the attributes, the size modulo 2^32 and the date that the search found, so that asking them
+    // costs nothing; attributes that the mode of a POSIX file does not hold (hidden, offline, not indexed) are read
+    // when first asked for. But entries that the first two append to a narrow list have the zero date, and the
+    // directory remembers the date of the last one as its own. stop is read after every entry; when it is true the list
+    // ends there. Throw CannotListAllFilesException, with the entries found so far in out, when the search breaks off.
+    void GetFileList(std::vector<PathT>& out, const String& filter) const;
+    void GetFileListInterruptable(std::vector<PathT>& out, const bool& stop, const String& filter) const;
+    void GetFileListSP(std::vector<Kiv::SmartPtr<PathT>>& out, const String& filter) const;
+
+    // The bytes that the calling user has left where the path lies; 0 when the system does not tell.
+    [[nodiscard]] std::uint64_t GetAvailableDiskSpace() const;
+
+    // The process's current directory for '.', the current directory of a drive for its letter. Throws
+    // InvalidPathException for a drive that does not exist and for what is no letter.
+    [[nodiscard]] static PathT GetCurrentPath(const T& drive);
+
+    // Whether the path lies on this computer: its drive, or the current one, is not a remote one; a network path names
+    // this computer's name.
+    [[nodiscard]] bool IsLocal() const;
+
+    // The server of a network path, or of the connection that the path lies on; the name of this computer for all
+    // others. Throws DriveDoesNotExistException for a drive that is not there and CannotRetrieveServerException when
+    // this computer has no name.
+    [[nodiscard]] String GetServer() const;
+
+    // Stores the network form (\\server\share\...) of a path on a network connection in result; of its root alone
+    // where the system knows no more. The result is unchanged for any other path. Mind the sense: true says that the
+    // path lies on no connection at present, false that the result was stored or that the question failed.
+    bool GetFullPathAsUNC(String& result) const;
+
+    // Gives every component the letter case that the file system has stored, the drive upper and the server lower case.
+    // A path that is not found to its end, or is relative, stays as it is.
+    void RetrieveCasing();
+
 private:
     template <class U>
     friend Kiv::BinaryStreamT<unsigned int>& operator>>(Kiv::BinaryStreamT<unsigned int>& stream, PathT<U>& path);
+
+    friend class DirectoryWalker;
 
     static constexpr std::int32_t NOT_READ = -1;
 
     void Initialize();
     std::int32_t GetAttributes() const;
     [[nodiscard]] bool HasAttribute(std::uint32_t attribute) const;
+    [[nodiscard]] bool IsLink() const;
     void RefreshInfo() const;
+    void CompleteAttributes() const;
+
+    void CreateMissingAncestors() const;
+    template <class TakeEntry>
+    void ForEachEntry(const bool& stop, const String& filter, std::uint32_t findFlags, TakeEntry takeEntry) const;
+    void List(std::vector<PathT>& out, const bool& stop, const String& filter, std::uint32_t findFlags) const;
+    template <class Record>
+    void TakeInfo(const Record& record);
+
+    [[nodiscard]] static String ComputerName();
+    [[nodiscard]] std::uint32_t AskUniversalName(String& name) const;
+    [[nodiscard]] String StoredCasing() const;
 
     String m_fullPath;
     mutable String m_fullPathLowerCase;

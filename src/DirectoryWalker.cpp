@@ -1,0 +1,117 @@
+#include <KivFile/DirectoryWalker.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include <KivBase/NoCase.h>
+
+#include <platform/Platform.h>
+
+namespace KivFile
+{
+
+using Path = PathT<char>;
+
+DirectoryWalker::Handler::~Handler() = default;
+
+const std::string DirectoryWalker::DEFAULT_PATH_FILTER = "*.*";
+
+// Where the walk is to start, in lower case. The directory ends in a backslash.
+struct DirectoryWalker::ResumePoint {
+    std::string file;
+    std::string directory;
+
+    // Whether one of the two directories lies in the other one.
+    bool IsOnTheWay(const Path& entry) const
+    {
+        const std::string own = Kiv::ToLower(entry.Directory());
+        const std::size_t length = std::min(own.size(), directory.size());
+        return own.compare(0, length, directory, 0, length) == 0;
+    }
+};
+
+DirectoryWalker::DirectoryWalker() = default;
+
+DirectoryWalker::~DirectoryWalker() = default;
+
+void DirectoryWalker::AddHandler(const Kiv::SmartPtr<Handler>& handler)
+{
+    m_handlers.push_back(handler);
+}
+
+void DirectoryWalker::Stop()
+{
+    m_stopped = true;
+}
+
+bool DirectoryWalker::HasBeenStopped() const
+{
+    return m_stopped;
+}
+
+// Keeps the levels of the tree in a list of its own, as the stack has no room for the deepest ones.
+void DirectoryWalker::Walk(const Path& directory, const std::string& filter, bool recursive,
+                           const std::string& resumeAfter)
+{
+    struct Level {
+        std::vector<Path> directories;
+        std::size_t next = 0;
+    };
+    m_started = m_started || resumeAfter.empty();
+    ResumePoint resume;
+    if (!m_started) {
+        const Path path(resumeAfter);
+        resume = {path.FullPathLowerCase(), Kiv::ToLower(path.Directory())};
+    }
+    std::vector<Path> entries; // of one directory after the other, so that its room is used again
+    std::vector<Level> levels;
+    levels.push_back({HandleDirectory(directory, filter, recursive, resume, entries)});
+    while (!levels.empty() && !m_stopped) {
+        Level& level = levels.back();
+        if (level.next == level.directories.size()) {
+            levels.pop_back();
+            continue;
+        }
+        const Path& next = level.directories[level.next++];
+        if (m_started || resume.IsOnTheWay(next))
+            levels.push_back({HandleDirectory(next, filter, recursive, resume, entries)});
+    }
+}
+
+// Handles the files and returns the sub-directories that are to be walked.
+std::vector<Path> DirectoryWalker::HandleDirectory(const Path& directory, const std::string& filter, bool recursive,
+                                                   const ResumePoint& resume, std::vector<Path>& entries)
+{
+    entries.clear();
+    directory.GetFileList(entries, filter);
+    for (const Path& entry : entries) {
+        if (m_stopped)
+            return {};
+        if (entry.IsFile())
+            HandleFile(entry, resume);
+    }
+    if (!recursive)
+        return {};
+    // The list of everything serves both: a second one would take a third of the walk's time.
+    if (filter != DEFAULT_PATH_FILTER) {
+        const bool stop = false;
+        entries.clear();
+        directory.List(entries, stop, DEFAULT_PATH_FILTER, KivSys::FindBasicInfo | KivSys::FindLimitToDirectories);
+    }
+    std::vector<Path> directories;
+    std::copy_if(std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end()),
+                 std::back_inserter(directories),
+                 [](const Path& entry) { return entry.IsDirectory() && !entry.IsLink(); });
+    return directories;
+}
+
+void DirectoryWalker::HandleFile(const Path& file, const ResumePoint& resume)
+{
+    m_started = m_started || file.FullPathLowerCase() == resume.file;
+    if (!m_started)
+        return;
+    for (const Kiv::SmartPtr<Handler>& handler : m_handlers)
+        m_stopped = !handler->HandleFile(file);
+}
+
+} // namespace KivFile

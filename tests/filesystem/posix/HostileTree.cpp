@@ -1,0 +1,234 @@
+// Names and links that only this system lets a directory hold.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <KivFile/CFile.h>
+#include <KivFile/DirectoryWalker.h>
+
+#include "../FileSystem.h"
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+// The system's path of one of the house, for what tests do behind the library's back.
+std::string Native(std::string path)
+{
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
+const std::string NAMES[] = {
+    "..\\x",
+    "x.",
+    "x",
+    "...",
+    "....",
+    "C:y",
+    "a:b",
+    "\xFF\xFE",
+    "caf\xE9",
+    " lead",
+    "tail ",
+    "  \\\\y",
+    "*",
+    "?.*",
+    "<\">|",
+    "\x01\x1F",
+    "-rf",
+    "file:",
+    "file:\\\\z",
+    ".. ",
+    ". .",
+    "\\",
+    "\\\\srv\\sh",
+    "CON",
+    "\xEF\x81\x9Cx",
+    "\xEF\x80\xAE\xEF\x80\xAE",
+    "new\nline",
+};
+
+template <class T>
+class HostileTree : public FileSystem<T>
+{
+protected:
+    HostileTree()
+    {
+        fs::create_directories(m_root / "tree");
+        fs::create_directories(m_root / "beside");
+        for (const char* name : {"x", "beside/x", "beside/kept", "..x"})
+            std::ofstream(m_root / name) << "beside";
+        ::chmod((m_root / "beside/kept").c_str(), 0444);
+        Fill(m_root / "tree");
+        for (const std::string& name : NAMES) {
+            const fs::path directory = m_root / "tree" / (name + "-dir\\");
+            fs::create_directory(directory);
+            Fill(directory);
+        }
+        m_before = Beside();
+    }
+
+    // Every name as a file that holds it, and links out of the tree.
+    void Fill(const fs::path& directory)
+    {
+        for (const std::string& name : NAMES)
+            std::ofstream(directory / name) << name;
+        fs::create_symlink("/", directory / "root");
+        fs::create_symlink("loop", directory / "loop");
+        fs::create_symlink(m_root / "beside", directory / "out");
+        fs::create_symlink(m_root / "beside/kept", directory / "kept");
+        fs::create_symlink(".", directory / "self");
+    }
+
+    std::set<std::string> Beside() const
+    {
+        std::set<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(m_root)) {
+            const std::string path = entry.path().string();
+            struct stat status;
+            if (!path.starts_with((m_root / "tree").string()) && ::lstat(path.c_str(), &status) == 0)
+                found.insert(path + ' ' + std::to_string(status.st_mode) + ' ' + std::to_string(status.st_size));
+        }
+        return found;
+    }
+
+    const fs::path m_root = Native(this->In(""));
+    std::set<std::string> m_before;
+};
+TYPED_TEST_SUITE(HostileTree, BothWidths);
+
+constexpr std::size_t LINKS = 5;
+
+TYPED_TEST(HostileTree, EveryEntryIsListedAndCanBeOpenedThroughItsPath)
+{
+    using TypedPath = KivFile::PathT<TypeParam>;
+    std::vector<TypedPath> entries;
+    this->At("tree").GetFileList(entries, TypedPath::PATH_DEFAULT_FILTER);
+    EXPECT_EQ(entries.size(), 2 * std::size(NAMES) + LINKS);
+    std::set<std::string> contents;
+    for (const TypedPath& entry : entries) {
+        TypedPath again(entry.FullPath());
+        EXPECT_TRUE(again.FullPath() == entry.FullPath() && again.Exists());
+        std::vector<TypedPath> below;
+        if (entry.IsDirectory() && !entry.FileName().ends_with(this->Text("root")))
+            again.GetFileList(below, TypedPath::PATH_DEFAULT_FILTER);
+        const TypedPath copy = this->At("copy");
+        if (entry.IsFile() && again.FileName() != this->Text("loop")) {
+            entry.Copy(copy.FullPath(), true);
+            contents.insert(ReadText(this->m_folder / "copy"));
+            ::unlink((this->m_root / "copy").c_str());
+        }
+    }
+    for (const std::string& name : NAMES)
+        EXPECT_TRUE(contents.contains(name)) << testing::PrintToString(name);
+}
+
+TYPED_TEST(HostileTree, NamesInTheCurrentDirectoryAreNoDrivesAndNoServers)
+{
+    using TypedPath = KivFile::PathT<TypeParam>;
+    const fs::path before = fs::current_path();
+    fs::current_path(this->m_root / "tree");
+    std::vector<TypedPath> entries;
+    TypedPath().GetFileList(entries, TypedPath::PATH_DEFAULT_FILTER);
+    EXPECT_EQ(entries.size(), 2 * std::size(NAMES) + LINKS);
+    for (const TypedPath& entry : entries) {
+        EXPECT_TRUE(!entry.HasDrive() && !entry.IsUNC() && entry.IsRelative());
+        EXPECT_TRUE(TypedPath(entry.FullPath()).Exists());
+        EXPECT_EQ(TypedPath(entry.FullPath()).FullPath(), entry.FullPath());
+    }
+    fs::current_path(before);
+}
+
+TYPED_TEST(HostileTree, DeletingItLeavesEverythingBesideItUntouched)
+{
+    for (const bool force : {false, true}) {
+        if (force) {
+            fs::create_directory(this->m_root / "tree");
+            this->Fill(this->m_root / "tree");
+        }
+        this->At("tree").RecursiveDelete(force);
+        EXPECT_FALSE(fs::exists(this->m_root / "tree"));
+        EXPECT_EQ(this->Beside(), this->m_before);
+    }
+}
+
+TYPED_TEST(HostileTree, DeletingALinkRemovesTheLinkOnly)
+{
+    for (const char* link : {"out", "kept", "loop", "root", "self"}) {
+        this->At(std::string("tree\\") + link).RecursiveDelete(true);
+        EXPECT_FALSE(fs::exists(fs::symlink_status(this->m_root / "tree" / link))) << link;
+    }
+    EXPECT_EQ(this->Beside(), this->m_before);
+}
+
+class Counter : public KivFile::DirectoryWalker::Handler
+{
+public:
+    bool HandleFile(const KivFile::PathT<char>& file) override { return m_files.insert(file.FullPath()).second; }
+    std::set<std::string> m_files;
+};
+
+TEST(HostileWalk, EntersNoLinkAndMeetsEveryFileOnce)
+{
+    const Folder folder;
+    const std::string root = Native(folder.Path());
+    fs::create_directories(root + "/a/b");
+    std::ofstream(root + "/a/b/file") << "x";
+    fs::create_symlink("/", root + "/a/root");
+    fs::create_symlink("..", root + "/a/b/up");
+    fs::create_symlink("file", root + "/a/b/link");
+    fs::create_symlink(root + "/a", root + "/given");
+    const auto counter = Kiv::MakeShared<Counter>();
+    KivFile::DirectoryWalker walker;
+    walker.AddHandler(counter);
+    walker.Walk(KivFile::PathT<char>(root + "/given"), "*.*", true, "");
+    EXPECT_FALSE(walker.HasBeenStopped());
+    const std::string b = KivFile::PathT<char>(root).FullPath() + "\\given\\b\\";
+    EXPECT_EQ(counter->m_files, (std::set<std::string>{b + "file", b + "link"}));
+}
+
+// A tree of one directory in the other, deeper than any path can say.
+TEST(DeepTree, BeyondTheLongestPathIsAnErrorAndNotACrash)
+{
+    const Folder folder;
+    const std::string name(200, 'd');
+    int level = ::open(Native(folder.Path()).c_str(), O_RDONLY | O_DIRECTORY);
+    for (int depth = 0; depth < 40; ++depth) {
+        ASSERT_EQ(::mkdirat(level, name.c_str(), 0777), 0);
+        const int next = ::openat(level, name.c_str(), O_RDONLY | O_DIRECTORY);
+        ::close(level);
+        level = next;
+    }
+    ::close(level);
+    KivFile::PathT<char> top(folder / name);
+    EXPECT_EQ(CauseOf<KivFile::FileCannotDeleteException>([&] { top.RecursiveDelete(true); }).error,
+              KivSys::DWORD{KivSys::ErrorFilenameExcedRange});
+    KivFile::DirectoryWalker walker;
+    walker.Walk(top, "*.*", true, "");
+}
+
+TEST(DeepTree, OfTheLongestPathIsWalkedAndDeleted)
+{
+    const Folder folder;
+    KivFile::PathT<char> top(folder / "t");
+    std::string text = folder / "t";
+    while (text.size() < 4000)
+        text += "\\some-dir";
+    KivFile::PathT<char>(text + "\\file").CreateFileW();
+    const auto counter = Kiv::MakeShared<Counter>();
+    KivFile::DirectoryWalker walker;
+    walker.AddHandler(counter);
+    walker.Walk(top, "*.*", true, "");
+    EXPECT_EQ(counter->m_files.size(), 1u);
+    top.RecursiveDelete(false);
+    EXPECT_FALSE(top.Exists());
+}
+
+} // namespace
