@@ -1,13 +1,16 @@
 #include "DocumentCommands.h"
 
-#include <ostream>
+#include <optional>
 #include <vector>
 
+#include <KivFile/OStreamBuffer.h>
 #include <KivFile/Path.h>
+#include <KivFile/ProgressBuffer.h>
 
 #include "EntryNames.h"
 #include "Failure.h"
 #include "Listing.h"
+#include "ProgressBar.h"
 #include "SourceDocument.h"
 #include "Text.h"
 #include "platform/Platform.h"
@@ -39,14 +42,21 @@ const Storage::Item& FindStream(const Storage& storage, const Kiv::WString& name
     throw KivFile::OLE::StreamNotFoundOLEException();
 }
 
-void CopyOut(KivFile::DiskBuffer& content, std::ostream& out)
+bool WantsProgress(const Console& console, bool quiet)
 {
-    std::vector<char> piece(STAGING);
-    while (const unsigned int n = content.Get(piece.data(), STAGING))
-        out.write(piece.data(), n);
+    return console.errIsTerminal && !quiet;
 }
 
-void PrintStreamOf(Storage& root, const std::string& path, std::ostream& out)
+void CopyOut(KivFile::DiskBuffer& content, const Console& console, bool quiet)
+{
+    const unsigned int size = content.Size();
+    ProgressBar bar(console.err, WantsProgress(console, quiet), size);
+    KivFile::OStreamBuffer out(console.out);
+    KivFile::OProgressBuffer progress(out, Kiv::MakeShared<ProgressLog>(bar, 0, size), size);
+    content.Copy(static_cast<Kiv::BaseBinaryStreamBuf&>(progress), size);
+}
+
+void PrintStreamOf(Storage& root, const std::string& path, const Console& console, bool quiet)
 {
     std::vector<Kiv::WString> names = DecodePath(path);
     if (names.empty())
@@ -61,10 +71,9 @@ void PrintStreamOf(Storage& root, const std::string& path, std::ostream& out)
     const Storage::Item& stream = FindStream(*storage, streamName);
     const auto content = MakeScratchBuffer();
     storage->ReadStream(stream.id, *content);
-    const unsigned int size = content->Size();
-    CopyOut(*content, out);
-    if (size < stream.size)
-        ThrowCutShort(size, stream.size);
+    CopyOut(*content, console, quiet);
+    if (content->Size() < stream.size)
+        ThrowCutShort(content->Size(), stream.size);
 }
 
 class Extraction
@@ -90,10 +99,19 @@ private:
     void ExtractAll()
     {
         SourceDocument document(m_options.file, m_console.in);
+        if (WantsProgress(m_console, m_options.quiet))
+            m_bar.emplace(m_console.err, true, DeclaredBytes(document.Root()));
         m_folders.push_back({MakeFolder(KivSys::PathFromUser(m_options.directory)), {}});
         const bool isComplete = VisitTree(document.Root(), [&](const TreeEntry& entry) { ExtractEntry(entry); });
         if (!isComplete)
             throw ToolError{"storages nested deeper than " + std::to_string(MAX_DEPTH) + " levels are left out"};
+    }
+
+    static std::size_t DeclaredBytes(Storage& root)
+    {
+        std::size_t bytes = 0;
+        VisitTree(root, [&](const TreeEntry& entry) { bytes += entry.isStorage ? 0 : entry.item.size; });
+        return bytes;
     }
 
     void ExtractEntry(const TreeEntry& entry)
@@ -124,14 +142,26 @@ private:
         return path.Directory();
     }
 
-    void WriteStream(const TreeEntry& entry, const std::string& target) const
+    // Makes the log for a stream's share of the whole document. Few of many small streams come to report themselves.
+    Kiv::SmartPtr<Kiv::LogEntryCallInterface> BeginStream(unsigned int size)
+    {
+        if (!m_bar)
+            return nullptr;
+        m_bar->Update(m_bytesBefore);
+        const auto log = Kiv::MakeShared<ProgressLog>(*m_bar, m_bytesBefore, size);
+        m_bytesBefore += size;
+        return log;
+    }
+
+    void WriteStream(const TreeEntry& entry, const std::string& target)
     {
         if (!m_options.force && Path(target).Exists())
             throw ToolError{"exists already (--force replaces it)"};
         File file(target, File::Normal, true, false);
         file.Open(File::OpenMode::Truncate);
         FileBuffer buffer(&file, STAGING);
-        entry.parent->ReadStream(entry.item.id, buffer);
+        KivFile::OProgressBuffer progress(buffer, BeginStream(entry.item.size), entry.item.size);
+        entry.parent->ReadStream(entry.item.id, progress);
         buffer.Flush();
         if (file.Size() < entry.item.size)
             ThrowCutShort(file.Size(), entry.item.size);
@@ -140,12 +170,16 @@ private:
     void Report(const std::string& name, const Failure& failure)
     {
         m_code = SomethingFailed;
+        if (m_bar)
+            m_bar->Hide();
         if (!m_options.quiet)
             m_console.err << "kivfile: " << PrintableFileName(name) << ": " << failure.message << '\n';
     }
 
     const ExtractOptions& m_options;
     const Console& m_console;
+    std::optional<ProgressBar> m_bar;
+    std::size_t m_bytesBefore = 0; // of the streams that have been begun
     std::vector<Folder> m_folders; // the path from the directory to the folder that is being filled
     int m_code = AllWell;
 };
@@ -157,7 +191,7 @@ int PrintStream(const std::string& file, const std::string& path, bool quiet, co
     Failure failure;
     const bool succeeded = Attempt(failure, [&] {
         SourceDocument document(file, console.in);
-        PrintStreamOf(document.Root(), path, console.out);
+        PrintStreamOf(document.Root(), path, console, quiet);
     });
     if (!succeeded && !quiet)
         console.err << "kivfile: " << PrintableFileName(file) << ": " << PrintableFileName(path) << ": "

@@ -44,4 +44,9 @@ void ProgressBar::Hide()
     m_visible = false;
 }
 
+void ProgressLog::Progress(double ratio)
+{
+    m_bar.Update(m_first + static_cast<std::size_t>(ratio * static_cast<double>(m_count)));
+}
+
 } // namespace KivTool

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <iosfwd>
 
+#include <KivBase/LogEntryCallInterface.h>
+
 namespace KivTool
 {
 
@@ -32,6 +34,20 @@ private:
     std::size_t m_total;
     Clock::time_point m_nextDraw;
     bool m_visible = false;
+};
+
+// Shows on a bar, which must outlive it, how far a part of the work has come: count steps that begin behind first.
+class ProgressLog final : public Kiv::LogEntryCallInterface
+{
+public:
+    ProgressLog(ProgressBar& bar, std::size_t first, std::size_t count) : m_bar(bar), m_first(first), m_count(count) {}
+
+    void Progress(double ratio) override;
+
+private:
+    ProgressBar& m_bar;
+    const std::size_t m_first;
+    const std::size_t m_count;
 };
 
 } // namespace KivTool

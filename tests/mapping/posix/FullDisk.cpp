@@ -1,0 +1,61 @@
+// A disk without room is an exception when the file is lengthened, and never a signal when a view is written.
+#include <filesystem>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include <KivFile/MemoryMapFile.h>
+
+#include "buffers/TemporaryDirectory.h"
+#include "buffers/posix/FileSizeLimit.h"
+
+namespace
+{
+
+using Mode = KivFile::MemoryMapFile::OpenMode;
+
+TEST(MapFileOnAFullDisk, LengtheningFailsAndLeavesTheFileAsItWas)
+{
+    const TemporaryDirectory directory;
+    KivFile::MemoryMapFile file(directory.Make("old"));
+    {
+        const FileSizeLimit limit(40000);
+        EXPECT_THROW(file.Open(Mode::ReadWrite), KivFile::FileCannotOpenException);
+        EXPECT_EQ(directory.Content(), "old");
+    }
+    file.Open(Mode::ReadWrite);
+    const FileSizeLimit limit(100000);
+    EXPECT_THROW(file.Resize(200000), KivFile::FileCannotOpenException);
+    EXPECT_EQ(std::filesystem::file_size(directory.File()), 65536u);
+    file.Resize(65536);
+    EXPECT_EQ(static_cast<char*>(file.GetView(0, 3))[2], 'd');
+}
+
+TEST(MapFileOnAFullDisk, TheSpaceOfALengthenedFileIsReserved)
+{
+    const TemporaryDirectory directory;
+    KivFile::MemoryMapFile file(directory.File());
+    file.Open(Mode::Truncate);
+    file.Resize(1 << 20);
+    struct stat status;
+    ASSERT_EQ(::stat(directory.File().c_str(), &status), 0);
+    EXPECT_GE(status.st_blocks * 512, 1 << 20);
+}
+
+TEST(MapFileOnAFullDisk, AReleaseThatCannotStoreThrowsAndReleases)
+{
+    const TemporaryDirectory directory;
+    KivFile::MemoryMapFile file(directory.File());
+    file.Open(Mode::ReadWrite);
+    ASSERT_EQ(::munmap(file.GetView(0, 0), 4096), 0); // now the system refuses to write it back
+    try {
+        file.ReleaseView(0, true);
+        FAIL();
+    } catch (const KivFile::FileException& failure) {
+        EXPECT_TRUE(Kiv::Utf8(failure.What()).starts_with("An error occurred while releasing a view of the file "));
+    }
+    EXPECT_EQ(file.NbrView(), 0u);
+}
+
+} // namespace
