@@ -1,0 +1,338 @@
+#include <KivFile/ConfigFile.h>
+
+#include <algorithm>
+#include <deque>
+#include <functional>
+#include <map>
+#include <set>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include <KivCharset/Conv.h>
+#include <KivFile/Path.h>
+
+#include "ConfigLine.h"
+#include "ConfigText.h"
+
+namespace KivFile
+{
+
+namespace
+{
+
+using Kiv::WString;
+using Kiv::WStringView;
+using Section = Kiv::Config::Section;
+using Table = Kiv::Config::Table;
+using Kind = ConfigLine::Kind;
+
+constexpr auto IsLineFeed = [](unsigned short unit) { return unit == '\n'; };
+constexpr auto IsLineEnd = [](unsigned short unit) { return unit == '\n' || unit == '\r'; };
+
+// Calls use(piece) for each piece between separators; an empty last piece is none.
+template <class IsSeparator, class Use>
+void Split(WStringView text, IsSeparator isSeparator, Use use)
+{
+    auto first = text.begin();
+    while (first != text.end()) {
+        const auto last = std::find_if(first, text.end(), isSeparator);
+        use(WStringView(first, last));
+        first = last == text.end() ? last : last + 1;
+    }
+}
+
+// The lines that are not empty.
+std::vector<ConfigLine> ReadLines(WStringView text)
+{
+    std::vector<ConfigLine> lines;
+    Split(text, IsLineEnd, [&](WStringView line) {
+        if (!line.empty())
+            lines.push_back(ReadConfigLine(line));
+    });
+    return lines;
+}
+
+// Where a name is in a map, or would be. Most files are in order, and then the end is looked at alone.
+template <class Map>
+auto LowerBound(Map& map, WStringView name)
+{
+    const bool isBehindAll = map.empty() || map.key_comp()(map.rbegin()->first, name);
+    return isBehindAll ? map.end() : map.lower_bound(name);
+}
+
+template <class Map>
+bool IsAt(const Map& map, typename Map::const_iterator place, WStringView name)
+{
+    return place != map.end() && !map.key_comp()(name, place->first);
+}
+
+// ---- Reading ------------------------------------------------------------------------------------------------
+
+Section::Keys& AddSection(Table& data, WStringView name)
+{
+    const auto place = LowerBound(data, name);
+    if (IsAt(data, place, name))
+        ThrowInvalidConfig();
+    return data.try_emplace(place, WString(name))->second.Edit();
+}
+
+void AddValue(Section::Keys& section, const ConfigLine& line)
+{
+    const auto place = LowerBound(section, line.name);
+    if (IsAt(section, place, line.name))
+        place->second.value.append(1, '\n').append(line.value);
+    else
+        section.try_emplace(place, WString(line.name), Kiv::Config::Entry{WString(line.value), false});
+}
+
+void Parse(WStringView text, Table& data)
+{
+    data.clear();
+    Section::Keys* current = nullptr;
+    Split(text, IsLineEnd, [&](WStringView piece) {
+        const ConfigLine line = ReadConfigLine(piece);
+        if (line.kind == Kind::Section)
+            current = &AddSection(data, line.name);
+        else if (line.kind == Kind::Key && current)
+            AddValue(*current, line);
+        else if (line.kind != Kind::Comment)
+            ThrowInvalidConfig();
+    });
+}
+
+// ---- Writing ------------------------------------------------------------------------------------------------
+
+// What a save keeps of the text that the file holds.
+enum class Keep {
+    Everything, // also the values of keys and sections that the configuration lacks
+    OwnOnly,
+};
+
+// Fills its second argument with the defaults of a section.
+using FindDefaults = std::function<void(WStringView, Section&)>;
+
+// Makes the text of a file from its old one and a configuration, whose names and values are looked at where they are.
+class Rewriter
+{
+public:
+    Rewriter(const Table& data, FindDefaults findDefaults, Keep keep)
+        : m_data(data), m_findDefaults(std::move(findDefaults)), m_keep(keep)
+    {
+    }
+
+    // Throws InvalidConfigException when an old text that is kept is invalid.
+    WString Rewrite(WStringView old)
+    {
+        m_out.reserve(old.size() + old.size() / 8);
+        const std::vector<ConfigLine> lines = ReadLines(old);
+        const auto isHeader = [](const ConfigLine& line) { return line.kind == Kind::Section; };
+        auto first = std::ranges::find_if(lines, isHeader);
+        RewriteKeys({lines.begin(), first}, {});
+        while (first != lines.end()) {
+            const auto last = std::find_if(first + 1, lines.end(), isHeader);
+            RewriteSection(*first, {first + 1, last});
+            first = last;
+        }
+        AddNewSections();
+        return std::move(m_out);
+    }
+
+private:
+    using Lines = std::span<const ConfigLine>;
+    // What has to be written in a section, less what has been.
+    using Settings = std::map<WStringView, WStringView, Kiv::WNoCase>;
+
+    void RewriteSection(const ConfigLine& header, Lines lines)
+    {
+        const bool isRepeated = !m_seen.insert(header.name).second;
+        if (m_keep == Keep::Everything && isRepeated)
+            ThrowInvalidConfig();
+        const auto own = m_data.find(header.name);
+        const bool isKept = m_keep == Keep::Everything || (own != m_data.end() && !isRepeated);
+        if (!isKept)
+            return RewriteKeys(lines, {});
+
+        Settings settings;
+        if (m_keep == Keep::Everything)
+            Gather(lines, settings);
+        if (own != m_data.end())
+            Overlay(own->second, settings);
+        DropDefaults(header.name, settings);
+        PutLine({});
+        PutLine(header.text);
+        RewriteKeys(lines, std::move(settings));
+    }
+
+    void AddNewSections()
+    {
+        for (const auto& [name, section] : m_data) {
+            if (m_seen.contains(name))
+                continue;
+            Settings settings;
+            Overlay(section, settings);
+            DropDefaults(name, settings);
+            PutLine({});
+            Put('[').Put(name).Put(']').PutLine({});
+            PutValues(settings);
+        }
+    }
+
+    // The values that the old lines give.
+    void Gather(Lines lines, Settings& settings)
+    {
+        for (const ConfigLine& line : lines) {
+            if (line.kind != Kind::Key)
+                continue;
+            const auto place = LowerBound(settings, line.name);
+            if (IsAt(settings, place, line.name))
+                place->second = Join(place->second, line.value);
+            else
+                settings.try_emplace(place, line.name, line.value);
+        }
+    }
+
+    WStringView Join(WStringView value, WStringView line)
+    {
+        return m_joined.emplace_back(value).append(1, '\n').append(line);
+    }
+
+    static void Overlay(const Section& section, Settings& settings)
+    {
+        for (const auto& [key, entry] : section) {
+            const auto place = LowerBound(settings, key);
+            if (IsAt(settings, place, key))
+                place->second = entry.value;
+            else
+                settings.try_emplace(place, key, entry.value);
+        }
+    }
+
+    void DropDefaults(WStringView section, Settings& settings) const
+    {
+        Section defaults;
+        m_findDefaults(section, defaults);
+        for (const auto& [key, entry] : defaults) {
+            const auto setting = settings.find(key);
+            if (setting != settings.end() && setting->second == entry.value)
+                settings.erase(setting);
+        }
+    }
+
+    // Writes the lines of a section with the values they have now, and behind them the values that have no line.
+    void RewriteKeys(Lines lines, Settings settings)
+    {
+        for (const ConfigLine& line : lines) {
+            if (line.kind == Kind::Comment)
+                PutLine(line.text);
+            else if (line.kind == Kind::Key)
+                RewriteKey(line, settings);
+            else if (m_keep == Keep::Everything)
+                ThrowInvalidConfig();
+        }
+        PutValues(settings);
+    }
+
+    void RewriteKey(const ConfigLine& line, Settings& settings)
+    {
+        const bool isOutsideSections = m_seen.empty();
+        if (m_keep == Keep::Everything && isOutsideSections)
+            ThrowInvalidConfig();
+        const auto setting = settings.find(line.name);
+        if (setting == settings.end())
+            return;
+        const WStringView head = line.text.substr(0, line.text.find('='));
+        bool isWritten = false;
+        Split(setting->second, IsLineFeed, [&](WStringView piece) {
+            if (piece.empty())
+                return;
+            Put(head).Put('=').Put(' ').PutLine(piece);
+            isWritten = true;
+        });
+        if (!isWritten)
+            PutValue(setting->first, {});
+        settings.erase(setting);
+    }
+
+    void PutValues(const Settings& settings)
+    {
+        for (const auto& [key, value] : settings) {
+            if (value.empty())
+                PutValue(key, {});
+            Split(value, IsLineEnd, [&, name = key](WStringView piece) { PutValue(name, piece); });
+        }
+    }
+
+    void PutValue(WStringView key, WStringView value) { Put(key).Put(' ').Put('=').Put(' ').PutLine(value); }
+
+    void PutLine(WStringView text) { Put(text).Put('\n'); }
+
+    Rewriter& Put(WStringView text)
+    {
+        m_out += text;
+        return *this;
+    }
+
+    Rewriter& Put(char unit)
+    {
+        m_out += static_cast<unsigned short>(unit);
+        return *this;
+    }
+
+    const Table& m_data;
+    const FindDefaults m_findDefaults;
+    const Keep m_keep;
+    std::set<WStringView, Kiv::WNoCase> m_seen; // the names of the old headers so far
+    std::deque<WString> m_joined;               // values of repeated keys
+    WString m_out;
+};
+
+bool IsSamePath(const std::string& a, const std::string& b)
+{
+    return PathT<char>(a) == PathT<char>(b);
+}
+
+} // namespace
+
+ConfigFile::ConfigFile() = default;
+
+ConfigFile::ConfigFile(const std::string& fileName, const Kiv::SmartPtrToConst<Kiv::Config>& defaults)
+    : m_fileName(fileName)
+{
+    if (const auto text = ReadConfigText(m_fileName))
+        Parse(*text, EditableData());
+    else
+        CreateConfigFile(m_fileName);
+    if (defaults)
+        LoadDefault(*defaults);
+    KeepAsStored();
+}
+
+ConfigFile::ConfigFile(Kiv::BinaryStreamBufT<unsigned int>& buffer, const Kiv::CHARSET& charset)
+{
+    if (!KivCharset::Conv::IsImplemented(charset))
+        ThrowInvalidConfig();
+    std::string bytes;
+    buffer.DropPutBack();
+    buffer.SeekG(0);
+    buffer.Copy(bytes, buffer.Size());
+    Parse(KivCharset::Conv::ToWide(charset, bytes), EditableData());
+}
+
+ConfigFile::ConfigFile(const Kiv::Config& config) : Config(config) {}
+ConfigFile::ConfigFile(const ConfigFile&) = default;
+ConfigFile& ConfigFile::operator=(const ConfigFile&) = default;
+ConfigFile::~ConfigFile() = default;
+
+void ConfigFile::Save(const std::string& fileName, bool noMerge)
+{
+    const std::string& target = fileName.empty() ? m_fileName : fileName;
+    const auto old = ReadConfigText(target);
+    const auto findDefaults = [this](WStringView section, Section& defaults) { FindDefaults(section, defaults); };
+    Rewriter rewriter(Data(), findDefaults, old && !noMerge ? Keep::Everything : Keep::OwnOnly);
+    WriteConfigText(target, rewriter.Rewrite(old ? WStringView(*old) : WStringView()));
+    if (IsSamePath(target, m_fileName))
+        KeepAsStored();
+}
+
+} // namespace KivFile

@@ -1,0 +1,321 @@
+// Settings files, read and edited in place.
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include <KivFile/CFile.h>
+#include <KivFile/ConfigFile.h>
+#include <KivFile/MemoryBuffer.h>
+#include <platform/Platform.h>
+
+#include "buffers/TemporaryDirectory.h"
+#include "platform/Folder.h"
+
+namespace
+{
+
+using namespace Kiv::Literals;
+using Kiv::Config;
+using Kiv::WString;
+using KivFile::ConfigFile;
+
+// Text with the line ends that the platform's files have.
+std::string Native(const std::string& text)
+{
+    std::string result;
+    for (const char c : text)
+        result += c == '\n' ? KivSys::TextLineEnd() : std::string(1, c);
+    return result;
+}
+
+std::string ValueOf(const Config& config, const WString& section, const WString& key)
+{
+    const WString* value = config.Get(section, key);
+    return value ? Kiv::Utf8(*value) : "(none)";
+}
+
+Kiv::SmartPtrToConst<Config> Defaults(const WString& section, const WString& key, const WString& value)
+{
+    const auto defaults = Kiv::MakeShared<Config>();
+    defaults->Set(section, key, value);
+    return defaults;
+}
+
+// Expects an exception of exactly this class whose text begins like this.
+template <class Exception>
+void ExpectFailure(const std::function<void()>& action, const std::string& text)
+{
+    try {
+        action();
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const Exception& exception) {
+        EXPECT_EQ(typeid(exception), typeid(Exception));
+        EXPECT_TRUE(Kiv::Utf8(exception.What()).starts_with(text)) << Kiv::Utf8(exception.What());
+    }
+}
+
+void ExpectInvalid(const std::function<void()>& action)
+{
+    ExpectFailure<Config::InvalidConfigException>(action, "The configuration source is invalid.");
+}
+
+std::string CannotOpen(const std::string& fileName)
+{
+    return "It is impossible to open the configuration source " + fileName + ".";
+}
+
+TEST(SettingsFile, AnyLineEndAndRepeatedKeysAreRead)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.Make("; first\r\n\r[S]\rpath = a\n\n\nother=1\r\nPATH = b\n Path =\n[ s ]\n");
+    const ConfigFile config(file, nullptr);
+    EXPECT_EQ(config.Data().size(), 2u);
+    EXPECT_EQ(ValueOf(config, u"s"_w, u"path"_w), "a\nb\n");
+    EXPECT_EQ(ValueOf(config, u"S"_w, u"OTHER"_w), "1");
+    EXPECT_EQ(config.StoredData(), config.Data());
+    EXPECT_TRUE(config.Data().contains(u" s "_w));
+    EXPECT_FALSE(config.Data().at(u"S"_w).begin()->second.flag);
+}
+
+TEST(SettingsFile, WhatIsNoConfigurationIsRefused)
+{
+    const std::string contents[] = {
+        "[Main]\n[MAIN]\n",
+        Kiv::NarrowFromWide(u"[\u00C4]\n[\u00E4]\n"_w),
+        "key = before any section\n",
+        "[S]\nKey-Name = 1\n",
+        "[S\nk = 1\n",
+        "[S]\nk\n",
+        "\xEF\xBB\xBF[S]\n",
+        std::string("[\0S\0]\0\n\0", 8),
+        std::string("[S]\n\0k = 1\n", 11),
+        std::string(1000, '[') + "x" + std::string(999, ']') + "x\n",
+    };
+    for (const std::string& content : contents) {
+        const TemporaryDirectory directory;
+        const std::string file = directory.Make(content);
+        ExpectInvalid([&] { const ConfigFile config(file, nullptr); });
+        ConfigFile other;
+        other.Set(u"S"_w, u"k"_w, u"v"_w);
+        ExpectInvalid([&] { other.Save(file, false); });
+        EXPECT_EQ(directory.Content(), content);
+    }
+}
+
+TEST(SettingsFile, AThousandBracketsAreAName)
+{
+    const TemporaryDirectory directory;
+    const std::string brackets = std::string(1000, '[') + std::string(1000, ']');
+    const ConfigFile config(directory.Make("[" + brackets + "]\nk = " + std::string("\0v", 2)), nullptr);
+    EXPECT_EQ(ValueOf(config, Kiv::Wide(brackets), u"k"_w), std::string("\0v", 2));
+}
+
+TEST(SettingsFile, AMissingFileIsCreatedEmpty)
+{
+    const TemporaryDirectory directory;
+    const ConfigFile config(directory.File(), nullptr);
+    EXPECT_TRUE(config.Data().empty());
+    EXPECT_EQ(directory.EntryName(), "file");
+    EXPECT_EQ(directory.Content(), "");
+}
+
+struct EditRow {
+    const char* what;
+    std::string before;
+    std::function<void(ConfigFile&)> edit;
+    bool noMerge;
+    std::string after;
+};
+
+class SettingsEdit : public testing::TestWithParam<EditRow>
+{
+};
+
+TEST_P(SettingsEdit, KeepsTheRestOfTheText)
+{
+    const EditRow& row = GetParam();
+    const TemporaryDirectory directory;
+    ConfigFile config(directory.Make(row.before), Defaults(u"S"_w, u"Default"_w, u"d"_w));
+    row.edit(config);
+    config.Save("", row.noMerge);
+    EXPECT_EQ(directory.Content(), Native(row.after)) << row.what;
+    EXPECT_EQ(config.StoredData(), config.Data());
+}
+
+const auto nothing = [](ConfigFile&) {};
+
+const EditRow EDITS[] = {
+    {"comments and order stay, blank lines are set anew", ";1\r\n\r\n \t\n[S]\n;2\nz = 1 \n a=2\n[R]\n;3", nothing,
+     false, ";1\n \t\n\n[S]\n;2\nz = 1\n a= 2\n\n[R]\n;3\n"},
+    {"a changed value keeps the line's beginning", "[S]\n\tKey\t=old\n",
+     [](ConfigFile& c) { c.Set(u"s"_w, u"KEY"_w, u"new"_w); }, true, "\n[S]\n\tKey\t= new\n"},
+    {"all lines of a value go where its first one was", "[S]\npath = a\n;c\nPath = b\nx=1\n", nothing, false,
+     "\n[S]\npath = a\npath = b\n;c\nx= 1\n"},
+    {"an old line is given no empty piece", "[S]\nk = 1\n",
+     [](ConfigFile& c) { c.Set(u"S"_w, u"k"_w, u"\na\n\nb\n"_w); }, true, "\n[S]\nk = a\nk = b\n"},
+    {"a new key keeps its empty pieces but the last", "[S]\n;end\n",
+     [](ConfigFile& c) { c.Set(u"S"_w, u"k"_w, u"\na\r\rb\n"_w); }, true, "\n[S]\n;end\nk = \nk = a\nk = \nk = b\n"},
+    {"an empty value is written under the stored name", "[S]\n  Key=\n",
+     [](ConfigFile& c) { c.Set(u"S"_w, u"new"_w, u""_w); }, true, "\n[S]\nKey = \nnew = \n"},
+    {"new keys are in order at the end of their section", "[S]\nm = 1\n[T]\n",
+     [](ConfigFile& c) {
+         c.Set(u"S"_w, u"b"_w, u"3"_w);
+         c.Set(u"S"_w, u"A"_w, u"2"_w);
+     },
+     false, "\n[S]\nm = 1\nA = 2\nb = 3\n\n[T]\n"},
+    {"new sections are in order at the end", "[m]\n",
+     [](ConfigFile& c) {
+         c.Set(u"b"_w, u"k"_w, u"2"_w);
+         c.Set(u"A"_w, u"k"_w, u"1"_w);
+     },
+     false, "\n[m]\n\n[A]\nk = 1\n\n[b]\nk = 2\n"},
+    {"a merging save brings a removed key back", "[S]\nk = 1\n[T]\n",
+     [](ConfigFile& c) {
+         c.Remove(u"S"_w, u"k"_w);
+         c.RemoveSection(u"T"_w);
+     },
+     false, "\n[S]\nk = 1\n\n[T]\n"},
+    {"without merging it is gone, and the comments stay", "[S]\nk = 1\n;1\nK = 2\n[T]\n;2\nx = 1\n",
+     [](ConfigFile& c) {
+         c.Remove(u"S"_w, u"k"_w);
+         c.RemoveSection(u"T"_w);
+     },
+     true, "\n[S]\n;1\n;2\n"},
+    {"a value equal to its default is not written", "[s]\ndefault = d\n[T]\ndefault = d\n", nothing, false,
+     "\n[s]\n\n[T]\ndefault = d\n"},
+    {"a value that differs from its default in letter case is", "[S]\nk=1\n",
+     [](ConfigFile& c) { c.Set(u"S"_w, u"DEFAULT"_w, u"D"_w); }, true, "\n[S]\nk= 1\nDEFAULT = D\n"},
+    {"what the grammar cannot hold is written as it is", "[S]\nk = 1\n",
+     [](ConfigFile& c) {
+         c.Set(u"S"_w, u"k"_w, u"a\rb"_w);
+         c.Set(u"S"_w, u"bad-key"_w, u" x "_w);
+     },
+     true, "\n[S]\nk = a\rb\nbad-key =  x \n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Table, SettingsEdit, testing::ValuesIn(EDITS));
+
+// The file changes behind the object's back.
+TEST(SettingsFile, ASaveWithoutMergingDropsWhatIsInvalid)
+{
+    const TemporaryDirectory directory;
+    ConfigFile config(directory.Make("[S]\nk = 1\n"), nullptr);
+    directory.Make("k = 0\n;1\n[S]\nnonsense\n;2\nk = 0\n[T]\n;3\nx = 1\n[s]\nk = 0\n");
+    config.Save("", true);
+    EXPECT_EQ(directory.Content(), Native(";1\n\n[S]\n;2\nk = 1\n;3\n"));
+}
+
+TEST(SettingsFile, AMergingSaveLetsTheObjectWinAndKeepsWhatOnlyTheFileHolds)
+{
+    const TemporaryDirectory directory;
+    ConfigFile config(directory.Make("[S]\nboth = 1\n"), nullptr);
+    directory.Make("[s]\nmine = 2\nBOTH = 2\nmine = 3\n[Theirs]\nx = 1\n");
+    config.Set(u"S"_w, u"new"_w, u"1"_w);
+    config.Save("", false);
+    EXPECT_EQ(directory.Content(), Native("\n[s]\nmine = 2\nmine = 3\nBOTH = 1\nnew = 1\n\n[Theirs]\nx = 1\n"));
+    EXPECT_EQ(config.Get(u"S"_w, u"mine"_w), nullptr);
+}
+
+TEST(SettingsFile, OnlyASaveToTheOwnFileChangesTheStoredCopy)
+{
+    const TemporaryDirectory directory;
+    ConfigFile config(directory.Make("[S]\nk = 1\n"), nullptr);
+    config.Set(u"S"_w, u"k"_w, u"2"_w);
+    config.Save(directory.File("other"), false);
+    EXPECT_NE(config.StoredData(), config.Data());
+    EXPECT_EQ(directory.Content(), "[S]\nk = 1\n");
+    EXPECT_EQ(ValueOf(ConfigFile(directory.File("other"), nullptr), u"S"_w, u"k"_w), "2");
+    config.Save(directory.Path() + "/./file", true);
+    EXPECT_EQ(config.StoredData(), config.Data());
+
+    ConfigFile copy(static_cast<const Config&>(config));
+    ExpectFailure<Config::CannotOpenSourceException>([&] { copy.Save("", true); }, "It is impossible");
+    copy = config;
+    copy.Set(u"S"_w, u"k"_w, u"3"_w);
+    copy.Save("", true);
+    EXPECT_EQ(directory.Content(), Native("\n[S]\nk = 3\n"));
+    EXPECT_EQ(ValueOf(config, u"S"_w, u"k"_w), "2");
+}
+
+TEST(SettingsFile, WhatCannotBeOpenedIsNamedAndStaysAsItIs)
+{
+    const TemporaryDirectory directory;
+    ConfigFile config;
+    config.Set(u"S"_w, u"k"_w, u"1"_w);
+    for (const std::string& name : {directory.Path(), directory.File("no/such")}) {
+        ExpectFailure<Config::CannotOpenSourceException>([&] { const ConfigFile c(name, nullptr); }, CannotOpen(name));
+        ExpectFailure<Config::CannotOpenSourceException>([&] { config.Save(name, false); }, CannotOpen(name));
+    }
+
+    const std::string file = directory.Make("[S]\nk = old\n");
+    {
+        KivFile::CFileT<unsigned int> owner(file);
+        owner.Open(KivFile::CFileT<unsigned int>::OpenMode::ReadWrite);
+        ExpectFailure<Config::CannotOpenSourceException>([&] { const ConfigFile c(file, nullptr); }, CannotOpen(file));
+        ExpectFailure<Config::CannotOpenSourceException>([&] { config.Save(file, true); }, CannotOpen(file));
+    }
+    EXPECT_EQ(directory.Content(), "[S]\nk = old\n");
+}
+
+TEST(SettingsFile, AReadOnlyFileIsNotWritten)
+{
+    if (IsWine())
+        GTEST_SKIP() << "Wine lets root write read-only files";
+    const TemporaryDirectory directory;
+    const std::string file = directory.Make("[S]\nk = old\n");
+    ConfigFile config(file, nullptr);
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    ExpectFailure<Config::CannotOpenSourceException>([&] { config.Save("", true); }, CannotOpen(file));
+    EXPECT_EQ(directory.Content(), "[S]\nk = old\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+}
+
+TEST(SettingsFile, TextThatCannotBeEncodedLeavesTheFileAsItIs)
+{
+    if (KivSys::NarrowCodePage() == KivSys::CodePageUtf8)
+        GTEST_SKIP() << "UTF-8 encodes everything";
+    const TemporaryDirectory directory;
+    ConfigFile config(directory.Make("[S]\nk = old\n"), nullptr);
+    config.Set(u"S"_w, u"k"_w, u"\u0100\u3042\U0001F680"_w);
+    ExpectInvalid([&] { config.Save("", false); });
+    EXPECT_EQ(directory.Content(), "[S]\nk = old\n");
+    ExpectInvalid([&] { config.Save(directory.File("new"), false); });
+    EXPECT_FALSE(std::filesystem::exists(directory.File("new")));
+}
+
+// UTF-8 keeps broken text, every other code page of Windows has a character for each of these bytes.
+TEST(SettingsFile, BytesThatAreNoTextStay)
+{
+    const TemporaryDirectory directory;
+    const std::string before = "\n[\xE9t\xE9]\n;\xFF\xC3\nk = \xE2\x82\n";
+    ConfigFile config(directory.Make(Native(before)), nullptr);
+    config.Set(u"new"_w, u"k"_w, u"1"_w);
+    config.Save("", false);
+    EXPECT_EQ(directory.Content(), Native(before + "\n[new]\nk = 1\n"));
+}
+
+TEST(SettingsBuffer, IsReadFromItsBeginningInItsCharacterSet)
+{
+    struct Row {
+        std::string bytes;
+        Kiv::CHARSET charset;
+    };
+    const Row rows[] = {
+        {"[S]\r\nk = \xC3\xA4\n", Kiv::CHARSET::UTF8},
+        {"[S]\r\nk = \xE4\n", Kiv::CHARSET::WINDOWS_1252},
+        {std::string("[\0S\0]\0\n\0k\0=\0\xE4\0?", 15), Kiv::CHARSET::WIDE},
+        {std::string("[\0S\0]\0\r\0k\0=\0\xE4\0", 14), Kiv::CHARSET::UTF16},
+    };
+    for (const Row& row : rows) {
+        KivFile::MemoryBuffer buffer(row.bytes.data(), static_cast<unsigned int>(row.bytes.size()));
+        buffer.SeekG(4);
+        ConfigFile config(buffer, row.charset);
+        EXPECT_EQ(ValueOf(config, u"S"_w, u"k"_w), "\xC3\xA4") << static_cast<unsigned>(row.charset);
+        EXPECT_TRUE(config.StoredData().empty());
+        ExpectFailure<Config::CannotOpenSourceException>([&] { config.Save("", false); }, "It is impossible");
+    }
+    KivFile::MemoryBuffer buffer("[S]", 3);
+    ExpectInvalid([&] { const ConfigFile config(buffer, static_cast<Kiv::CHARSET>(12)); });
+}
+
+} // namespace
