@@ -6,10 +6,15 @@
 
 #include <CLI/CLI.hpp>
 
+#include "ConfigCommands.h"
 #include "DocumentCommands.h"
 #include "Failure.h"
 #include "Listing.h"
+#include "PathCommand.h"
 #include "Properties.h"
+#include "RemoveCommand.h"
+#include "StringsCommands.h"
+#include "WalkCommand.h"
 
 namespace KivTool
 {
@@ -44,6 +49,11 @@ public:
         AddLs();
         AddCat();
         AddExtract();
+        AddWalk();
+        AddRm();
+        AddPath();
+        AddConfig();
+        AddStrings();
     }
 
     int Run(std::vector<std::string> arguments)
@@ -70,10 +80,25 @@ private:
 
     CLI::App* AddCommand(const char* name, const char* example, const char* help, std::function<int()> action)
     {
-        CLI::App* command = m_app.add_subcommand(name, help);
+        return AddCommand(m_app, name, example, help, std::move(action));
+    }
+
+    CLI::App* AddCommand(CLI::App& to, const char* name, const char* example, const char* help,
+                         std::function<int()> action)
+    {
+        CLI::App* command = to.add_subcommand(name, help);
         command->footer(example);
         command->callback([this, action = std::move(action)] { m_action = action; });
         return command;
+    }
+
+    // A command that is followed by the name of what it shall do.
+    CLI::App& AddFamily(const char* name, const char* example, const char* help)
+    {
+        CLI::App* family = m_app.add_subcommand(name, help);
+        family->footer(example);
+        family->require_subcommand(1);
+        return *family;
     }
 
     void AddProps()
@@ -139,6 +164,123 @@ private:
         command->add_option("DIR", m_extract.directory, "Where to write; made when missing")->required();
     }
 
+    void AddWalk()
+    {
+        CLI::App* command = AddCommand("walk", "kivfile walk --recursive --filter \"*.doc\" .",
+                                       "Prints the files of a directory, each as soon as it is found: first its own, "
+                                       "then those of its sub-directories. Links to directories are not entered.",
+                                       [this] {
+                                           m_walk.json = m_json;
+                                           m_walk.quiet = m_quiet;
+                                           return PrintWalk(m_walk, m_console);
+                                       });
+        command->add_option("--filter", m_walk.filter, "Print files with matching names only; * and ? are wildcards")
+            ->type_name("F")
+            ->default_str("*.*");
+        command->add_flag("--recursive", m_walk.recursive, "Walk the sub-directories, too");
+        command->add_option("--resume-after", m_walk.resumeAfter, "Begin with this file, as an earlier walk printed it")
+            ->type_name("PATH");
+        command->add_flag("--json", m_json, "Print one JSON object a line");
+        command->add_option("DIR", m_walk.directory, "Where to begin")->required();
+    }
+
+    void AddRm()
+    {
+        CLI::App* command = AddCommand("rm", "kivfile rm --force build",
+                                       "Deletes each path with all that is below it, without asking. A link is deleted "
+                                       "itself; what it leads to stays.",
+                                       [this] {
+                                           m_remove.quiet = m_quiet;
+                                           return Remove(m_remove, m_console);
+                                       });
+        command->add_flag("--force", m_remove.force, "Delete read-only files, too");
+        command->add_option("PATH", m_remove.paths, "Files and directories")->required();
+    }
+
+    void AddPath()
+    {
+        CLI::App* command = AddCommand("path", "kivfile path \"C:/reports/../letter.doc\"",
+                                       "Prints what each text is as a path of the library, in which backslashes and "
+                                       "slashes separate names, and what the file system says of it.",
+                                       [this] {
+                                           m_path.json = m_json;
+                                           return PrintPaths(m_path, m_console);
+                                       });
+        command->add_flag("--json", m_json, "Print one JSON object a line");
+        command->add_option("TEXT", m_path.texts, "Texts of paths")->required();
+    }
+
+    void AddConfig()
+    {
+        CLI::App& family = AddFamily("config", "kivfile config get app.ini Window Title",
+                                     "Reads a settings file, or edits it in place: comments and order stay.");
+        AddConfigCommand(family, GetSetting, "get", "kivfile config get app.ini Window Title",
+                         "Prints the value of a key, a line for each of its lines.");
+        CLI::App* set =
+            AddConfigCommand(family, SetSetting, "set", "kivfile config set app.ini Window Title \"My App\"",
+                             "Gives a key a value. File, section and key are made when missing.");
+        set->add_option("VALUE", m_config.value, "The value; -- in front of FILE lets it begin with a dash")
+            ->required();
+        CLI::App* unset = AddConfigCommand(family, UnsetSetting, "unset", "kivfile config unset app.ini Window Title",
+                                           "Removes a key, or a whole section.");
+        unset->get_option("KEY")->required(false);
+        CLI::App* list = AddConfigCommand(family, ListSettings, "list", "kivfile config list app.ini",
+                                          "Prints all sections with their keys, or one of them.");
+        list->remove_option(list->get_option("KEY"));
+        list->get_option("SECTION")->required(false);
+        list->add_flag("--json", m_config.json, "Print one JSON object");
+        for (CLI::App* edit : {set, unset})
+            edit->add_flag("--dry-run", m_config.dryRun, "Change nothing; print what would change");
+    }
+
+    CLI::App* AddConfigCommand(CLI::App& family, int (*action)(const ConfigOptions&, const Console&), const char* name,
+                               const char* example, const char* help)
+    {
+        CLI::App* command = AddCommand(family, name, example, help, [this, action] {
+            m_config.quiet = m_quiet;
+            return action(m_config, m_console);
+        });
+        command->add_option("FILE", m_config.file, "A settings file")->required();
+        command->add_option("SECTION", m_config.section, "The section's name")->required();
+        command->add_option("KEY", m_config.key, "The key")->required();
+        return command;
+    }
+
+    void AddStrings()
+    {
+        CLI::App& family = AddFamily("strings", "kivfile strings add seen.txt first second",
+                                     "Reads or edits a file that holds a set of strings, one a line.");
+        AddStringsCommand(family, "list", "kivfile strings list seen.txt", "Prints the strings in order.",
+                          [this] { return ListStrings(m_strings, m_console); });
+        AddStringsEdit(family, StringsEdit::Add, "add", "STRING", "kivfile strings add seen.txt first second",
+                       "Adds strings. The file is made when missing.");
+        AddStringsEdit(family, StringsEdit::Remove, "remove", "STRING", "kivfile strings remove seen.txt first",
+                       "Removes strings.");
+        AddStringsEdit(family, StringsEdit::Union, "union", "OTHER", "kivfile strings union seen.txt more.txt",
+                       "Adds all strings of other files.");
+        AddStringsEdit(family, StringsEdit::Minus, "minus", "OTHER", "kivfile strings minus seen.txt done.txt",
+                       "Removes all strings of other files.");
+    }
+
+    CLI::App* AddStringsCommand(CLI::App& family, const char* name, const char* example, const char* help,
+                                std::function<int()> action)
+    {
+        CLI::App* command = AddCommand(family, name, example, help, [this, action = std::move(action)] {
+            m_strings.quiet = m_quiet;
+            return action();
+        });
+        command->add_option("FILE", m_strings.file, "A file of strings")->required();
+        return command;
+    }
+
+    void AddStringsEdit(CLI::App& family, StringsEdit edit, const char* name, const char* operand, const char* example,
+                        const char* help)
+    {
+        AddStringsCommand(family, name, example, help, [this, edit] { return EditStrings(edit, m_strings, m_console); })
+            ->add_option(operand, m_strings.operands, "What to take")
+            ->required();
+    }
+
     void AddFile(CLI::App* command)
     {
         command->add_option("FILE", m_file, "A compound document; - is standard input")->required();
@@ -153,6 +295,11 @@ private:
     std::string m_stream;
     PropertiesOptions m_properties;
     ExtractOptions m_extract;
+    WalkOptions m_walk;
+    RemoveOptions m_remove;
+    PathOptions m_path;
+    ConfigOptions m_config;
+    StringsOptions m_strings;
 };
 
 } // namespace

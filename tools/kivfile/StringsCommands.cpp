@@ -1,0 +1,97 @@
+#include "StringsCommands.h"
+
+#include <functional>
+#include <ostream>
+
+#include <KivFile/PersistentStringSet.h>
+
+#include "EditedFile.h"
+#include "Failure.h"
+#include "Text.h"
+#include "platform/Platform.h"
+
+namespace KivTool
+{
+namespace
+{
+
+using KivFile::PersistentStringSet;
+
+// The set takes a file that cannot be read for an empty one; a command does not.
+PersistentStringSet Read(const std::string& name)
+{
+    const std::string file = KivSys::PathFromUser(name);
+    (void)ReadBytes(file);
+    return PersistentStringSet(file);
+}
+
+void Add(PersistentStringSet& set, const std::string& string)
+{
+    if (string.empty() || string.find_first_of("\r\n") != string.npos)
+        throw ToolError{"a string that is empty or holds a line end would not read back"};
+    set.Set().insert(string);
+}
+
+// Returns whether every string to be removed was there.
+bool Apply(StringsEdit edit, PersistentStringSet& set, const std::vector<std::string>& operands)
+{
+    bool isComplete = true;
+    for (const std::string& operand : operands) {
+        switch (edit) {
+        case StringsEdit::Add:
+            Add(set, operand);
+            break;
+        case StringsEdit::Remove:
+            isComplete = set.Set().erase(operand) != 0 && isComplete;
+            break;
+        case StringsEdit::Union:
+            set += Read(operand);
+            break;
+        case StringsEdit::Minus:
+            set -= Read(operand);
+            break;
+        }
+    }
+    return isComplete;
+}
+
+// An empty set leaves the new file as it is made: empty.
+int Edit(StringsEdit edit, const StringsOptions& options)
+{
+    EditedFile file(options.file);
+    PersistentStringSet set;
+    if (file.Exists() || edit != StringsEdit::Add)
+        set = Read(options.file);
+    const bool isComplete = Apply(edit, set, options.operands);
+    set.Save(file.WorkFile());
+    file.Commit();
+    return isComplete ? AllWell : SomethingFailed;
+}
+
+int Run(const StringsOptions& options, const Console& console, const std::function<int()>& action)
+{
+    Failure failure;
+    int code = SomethingFailed;
+    if (!Attempt(failure, [&] { code = action(); }) && !options.quiet)
+        console.err << "kivfile: " << PrintableFileName(options.file) << ": " << failure.message << '\n';
+    return code;
+}
+
+} // namespace
+
+int ListStrings(const StringsOptions& options, const Console& console)
+{
+    return Run(options, console, [&] {
+        PersistentStringSet set = Read(options.file);
+        for (const std::string& string : set.Set())
+            console.out << PrintableFileName(string) << '\n';
+        return AllWell;
+    });
+}
+
+int EditStrings(StringsEdit edit, const StringsOptions& options, const Console& console)
+{
+    return Run(options, console, [&] { return Edit(edit, options); });
+}
+
+} // namespace KivTool
