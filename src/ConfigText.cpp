@@ -58,7 +58,8 @@ bool IsMissing(KivSys::DWORD error)
 std::string ReadAll(const Kiv::Handle& file, const std::string& fileName)
 {
     std::string bytes;
-    KivSys::DWORD wanted = std::min(KivSys::GetFileSize(file.Get(), nullptr), 0x7FFFFFFFu) + 1;
+    // One byte more than a small file is thought to hold tells its end; of a large one nothing is believed.
+    KivSys::DWORD wanted = std::min(KivSys::GetFileSize(file.Get(), nullptr), PIECE - 1) + 1;
     KivSys::DWORD read = 0;
     do {
         const std::size_t size = bytes.size();

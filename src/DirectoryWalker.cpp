@@ -92,12 +92,10 @@ std::vector<Path> DirectoryWalker::HandleDirectory(const Path& directory, const 
     }
     if (!recursive)
         return {};
-    // The list of everything serves both: a second one would take a third of the walk's time.
-    if (filter != DEFAULT_PATH_FILTER) {
-        const bool stop = false;
-        entries.clear();
-        directory.List(entries, stop, DEFAULT_PATH_FILTER, KivSys::FindBasicInfo | KivSys::FindLimitToDirectories);
-    }
+    // A new list, because the handlers may have changed the directory.
+    const bool stop = false;
+    entries.clear();
+    directory.List(entries, stop, DEFAULT_PATH_FILTER, KivSys::FindBasicInfo | KivSys::FindLimitToDirectories);
     std::vector<Path> directories;
     std::copy_if(std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end()),
                  std::back_inserter(directories),
@@ -110,8 +108,9 @@ void DirectoryWalker::HandleFile(const Path& file, const ResumePoint& resume)
     m_started = m_started || file.FullPathLowerCase() == resume.file;
     if (!m_started)
         return;
-    for (const Kiv::SmartPtr<Handler>& handler : m_handlers)
-        m_stopped = !handler->HandleFile(file);
+    // By index: a handler may add further ones, which then see this file too.
+    for (std::size_t i = 0; i < m_handlers.size(); ++i)
+        m_stopped = !m_handlers[i]->HandleFile(file);
 }
 
 } // namespace KivFile

@@ -1,7 +1,6 @@
 #include <KivFile/ConfigFile.h>
 
 #include <algorithm>
-#include <deque>
 #include <functional>
 #include <map>
 #include <set>
@@ -181,20 +180,25 @@ private:
     // The values that the old lines give.
     void Gather(Lines lines, Settings& settings)
     {
+        m_joined.clear(); // the section before this one has been written
         for (const ConfigLine& line : lines) {
             if (line.kind != Kind::Key)
                 continue;
             const auto place = LowerBound(settings, line.name);
             if (IsAt(settings, place, line.name))
-                place->second = Join(place->second, line.value);
+                place->second = Join(line.name, place->second, line.value);
             else
                 settings.try_emplace(place, line.name, line.value);
         }
     }
 
-    WStringView Join(WStringView value, WStringView line)
+    // The value of a key grows in place, however often the key is repeated.
+    WStringView Join(WStringView key, WStringView value, WStringView line)
     {
-        return m_joined.emplace_back(value).append(1, '\n').append(line);
+        const auto [joined, isFirst] = m_joined.try_emplace(key);
+        if (isFirst)
+            joined->second = value;
+        return joined->second.append(1, '\n').append(line);
     }
 
     static void Overlay(const Section& section, Settings& settings)
@@ -282,8 +286,8 @@ private:
     const Table& m_data;
     const FindDefaults m_findDefaults;
     const Keep m_keep;
-    std::set<WStringView, Kiv::WNoCase> m_seen; // the names of the old headers so far
-    std::deque<WString> m_joined;               // values of repeated keys
+    std::set<WStringView, Kiv::WNoCase> m_seen;            // the names of the old headers so far
+    std::map<WStringView, WString, Kiv::WNoCase> m_joined; // values of the section's repeated keys
     WString m_out;
 };
 

@@ -45,9 +45,8 @@ public:
     // answer of the last one decides whether the walk goes on.
     //
     // With recursive the sub-directories are walked as well, whatever their names. A link to a directory (a reparse
-    // point) is no file and is not entered; only directory itself may be one. A sub-directory that a handler removes is
-    // passed over, while one that it makes is walked only where filter is another than the default one: then the
-    // sub-directories are listed after the files have been handled, otherwise together with them.
+    // point) is no file and is not entered; only directory itself may be one. The sub-directories are
+    // listed after the files have been handled: one that a handler makes is walked, one that it removes is passed over.
     //
     // With a path in resumeAfter, which is normalised and compared without regard to letter case, the files before that
     // one are passed over, and so are sub-directories that do not lie on the way to it; the file itself is handled.

@@ -140,8 +140,8 @@ public:
     }
 
     [[nodiscard]] bool HasFailed() const { return m_hasFailed; }
-    // Whether more has been read than a well-formed set holds. All reads fail from then on.
-    [[nodiscard]] bool IsExhausted() const { return m_budget == 0; }
+    // Whether as much has been read as a well-formed set holds. A read that would go beyond that fails.
+    [[nodiscard]] bool IsExhausted() const { return m_budget < sizeof(std::uint32_t); }
     [[nodiscard]] std::uint64_t Position() const { return m_position; }
 
     void Seek(std::uint64_t position)
@@ -154,11 +154,7 @@ public:
     // The next n bytes, until the next read; none when it fails.
     [[nodiscard]] std::string_view Take(std::size_t n)
     {
-        m_hasFailed = m_hasFailed || n > m_size - m_position;
-        if (!m_hasFailed && n > m_budget) {
-            m_budget = 0;
-            m_hasFailed = true;
-        }
+        m_hasFailed = m_hasFailed || n > m_size - m_position || n > m_budget;
         if (m_hasFailed || !HoldsInWindow(n))
             return {};
         m_budget -= n;
@@ -484,6 +480,8 @@ try {
     }
 } catch (const SeekOutOfRangeException&) {
     // The buffer has become shorter: what was read stays.
+} catch (const Kiv::BinaryStreamGetEOFException&) {
+    // Likewise.
 }
 
 void PropertyStorage::Properties(AllMap& all) const

@@ -313,6 +313,8 @@ try {
     return m_source.Get(dst, static_cast<unsigned int>(n)) == n;
 } catch (const SeekOutOfRangeException&) {
     return false;
+} catch (const Kiv::BinaryStreamGetEOFException&) {
+    return false;
 }
 
 bool Storage::RootStorage::ReadSector(std::uint32_t sector, void* dst) const

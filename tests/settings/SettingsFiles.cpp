@@ -205,6 +205,20 @@ TEST(SettingsFile, ASaveWithoutMergingDropsWhatIsInvalid)
     EXPECT_EQ(directory.Content(), Native(";1\n\n[S]\n;2\nk = 1\n;3\n"));
 }
 
+// A copy of the value for each repetition would take gigabytes.
+TEST(SettingsFile, AMergingSaveJoinsAKeyThatIsRepeatedManyTimes)
+{
+    const TemporaryDirectory directory;
+    std::string text = "[S]\n";
+    for (int i = 0; i < 50'000; ++i)
+        text += "k=a\n";
+    const std::string file = directory.Make(Native(text));
+    Config other;
+    other.Set(u"S"_w, u"x"_w, u"y"_w);
+    ConfigFile(other).Save(file, false);
+    EXPECT_EQ(ValueOf(ConfigFile(file, nullptr), u"S"_w, u"k"_w).size(), 2u * 50'000 - 1);
+}
+
 TEST(SettingsFile, AMergingSaveLetsTheObjectWinAndKeepsWhatOnlyTheFileHolds)
 {
     const TemporaryDirectory directory;

@@ -101,10 +101,11 @@ private:
         SourceDocument document(m_options.file, m_console.in);
         if (WantsProgress(m_console, m_options.quiet))
             m_bar.emplace(m_console.err, true, DeclaredBytes(document.Root()));
+        m_bytesLeft = document.Size();
         m_folders.push_back({MakeFolder(KivSys::PathFromUser(m_options.directory)), {}});
         const bool isComplete = VisitTree(document.Root(), [&](const TreeEntry& entry) { ExtractEntry(entry); });
         if (!isComplete)
-            throw ToolError{"storages nested deeper than " + std::to_string(MAX_DEPTH) + " levels are left out"};
+            throw ToolError{LEFT_OUT};
     }
 
     static std::size_t DeclaredBytes(Storage& root)
@@ -124,6 +125,7 @@ private:
         const std::string target = folder.path + folder.names.Add(entry.item.name);
         Failure failure;
         const bool succeeded = Attempt(failure, [&] {
+            RefuseLink(target);
             if (entry.isStorage)
                 m_folders.push_back({MakeFolder(target), {}});
             else
@@ -131,6 +133,14 @@ private:
         });
         if (!succeeded)
             Report(KivSys::PathForUser(target), failure);
+    }
+
+    // A link that lies in the directory already could lead anywhere.
+    static void RefuseLink(const std::string& target)
+    {
+        const KivSys::DWORD attributes = KivSys::GetFileAttributesA(target.c_str());
+        if (attributes != KivSys::InvalidFileAttributes && (attributes & KivSys::AttributeReparsePoint) != 0)
+            throw ToolError{"is a link"};
     }
 
     static std::string MakeFolder(const std::string& folder)
@@ -157,12 +167,15 @@ private:
     {
         if (!m_options.force && Path(target).Exists())
             throw ToolError{"exists already (--force replaces it)"};
+        if (m_bytesLeft == 0 && entry.item.size != 0)
+            throw ToolError{"left out: the streams share their bytes and come to more than the document"};
         File file(target, File::Normal, true, false);
         file.Open(File::OpenMode::Truncate);
         FileBuffer buffer(&file, STAGING);
         KivFile::OProgressBuffer progress(buffer, BeginStream(entry.item.size), entry.item.size);
         entry.parent->ReadStream(entry.item.id, progress);
         buffer.Flush();
+        m_bytesLeft -= std::min(m_bytesLeft, file.Size());
         if (file.Size() < entry.item.size)
             ThrowCutShort(file.Size(), entry.item.size);
     }
@@ -180,6 +193,7 @@ private:
     const Console& m_console;
     std::optional<ProgressBar> m_bar;
     std::size_t m_bytesBefore = 0; // of the streams that have been begun
+    unsigned int m_bytesLeft = 0;  // what streams that do not overlap can still hold
     std::vector<Folder> m_folders; // the path from the directory to the folder that is being filled
     int m_code = AllWell;
 };

@@ -162,7 +162,7 @@ std::string SafeNames::Add(Kiv::WStringView name)
 {
     Kiv::WString candidate = MakeSafe(name);
     const std::size_t length = candidate.size();
-    for (unsigned int n = 2; !m_taken.insert(candidate).second; ++n) {
+    for (unsigned int& n = m_next.try_emplace(candidate, 2).first->second; !m_taken.insert(candidate).second; ++n) {
         candidate.resize(length);
         candidate += Kiv::Wide(std::string(1, '~').append(std::to_string(n)));
     }

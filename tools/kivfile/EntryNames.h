@@ -1,6 +1,7 @@
 // Names of storages and streams as path components: percent-encoded, and safe as file names.
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -33,6 +34,7 @@ public:
 
 private:
     std::set<Kiv::WString, Kiv::WNoCase> m_taken;
+    std::map<Kiv::WString, unsigned int, Kiv::WNoCase> m_next; // the number to try next for a name that is taken
 };
 
 } // namespace KivTool

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -46,8 +47,13 @@ void ForEachInOrder(std::size_t count, unsigned int jobs, const Produce& produce
     };
 
     std::vector<std::jthread> workers;
-    for (unsigned int i = 0; i < jobs && i < count; ++i)
-        workers.emplace_back(work);
+    try {
+        for (unsigned int i = 0; i < jobs && i < count; ++i)
+            workers.emplace_back(work);
+    } catch (const std::system_error&) {
+        if (workers.empty()) // fewer will do, none will not
+            throw;
+    }
 
     std::unique_lock lock(mutex);
     while (consumed < count) {

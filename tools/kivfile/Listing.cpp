@@ -20,12 +20,15 @@ namespace
 using KivFile::OLE::Storage;
 using Json = nlohmann::ordered_json;
 
+constexpr std::size_t MOST_LEVELS = 32;
+constexpr std::size_t MOST_REPEATS = 10'000;
+
 class TreeVisitor
 {
 public:
     explicit TreeVisitor(const std::function<void(const TreeEntry&)>& visit) : m_visit(visit) {}
 
-    // The recursion is at most MAX_DEPTH deep.
+    // The recursion is at most MOST_LEVELS deep.
     void Enter(Storage& storage)
     {
         for (const Storage::Item& stream : storage.Streams())
@@ -42,15 +45,17 @@ private:
     // Whether the entry was met for the first time.
     bool Visit(const Storage& parent, const Storage::Item& item, bool isStorage)
     {
-        if (!m_seen.insert(item.id).second)
+        if (!m_seen.insert(item.id).second) {
+            ++m_repeats;
             return false;
+        }
         m_visit({m_folders, item, isStorage, &parent});
         return true;
     }
 
     void Descend(Storage& storage, const Storage::Item& child)
     {
-        if (m_folders.size() == MAX_DEPTH) {
+        if (m_folders.size() == MOST_LEVELS || m_repeats > MOST_REPEATS) {
             m_isComplete = false;
             return;
         }
@@ -62,6 +67,7 @@ private:
     const std::function<void(const TreeEntry&)>& m_visit;
     std::set<std::uint32_t> m_seen{0}; // the root storage is entry 0
     std::vector<Kiv::WString> m_folders;
+    std::size_t m_repeats = 0;
     bool m_isComplete = true;
 };
 
@@ -119,7 +125,7 @@ int List(const std::string& file, bool json, bool quiet, const Console& console)
         bool isComplete = true;
         console.out << (json ? JsonLine(file, document.Root(), isComplete) : TextLines(document.Root(), isComplete));
         if (!isComplete)
-            throw ToolError{"storages nested deeper than " + std::to_string(MAX_DEPTH) + " levels are left out"};
+            throw ToolError{LEFT_OUT};
     });
     if (!succeeded && !quiet)
         console.err << "kivfile: " << PrintableFileName(file) << ": " << failure.message << '\n';

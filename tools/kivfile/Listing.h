@@ -20,12 +20,11 @@ struct TreeEntry {
     const KivFile::OLE::Storage* parent; // valid during the visit
 };
 
-// Storages may be nested no deeper than this. Documents have a handful of levels; the paths of a hostile chain of
-// storages would add up to the square of the document's size.
-constexpr std::size_t MAX_DEPTH = 128;
-
 // Visits all storages and streams, a storage before what it holds, each directory entry once: a storage that contains
-// itself or an ancestor is not entered again. Returns false when something lies below MAX_DEPTH and was left out.
+// itself or an ancestor is not entered again. Returns false when something was left out because the tree is no sane
+// one: nested too deep, or with the same entries in many storages. Documents have a handful of levels; the paths of a
+// hostile chain of storages would add up to the square of the document's size.
+inline constexpr char LEFT_OUT[] = "storages nested too deep, or in each other, are left out";
 bool VisitTree(KivFile::OLE::Storage& root, const std::function<void(const TreeEntry&)>& visit);
 
 // Prints the tree of storages and streams.

@@ -1,5 +1,6 @@
 #include "Properties.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <istream>
@@ -51,8 +52,10 @@ Json ToJson(const Kiv::Variant& value)
     return std::visit(
         [&](const auto& v) -> Json {
             using T = std::remove_cvref_t<decltype(v)>;
-            if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) {
-                // The decimal digits that read back as the same value of its own width.
+            if constexpr (std::is_same_v<T, double>) {
+                return std::isfinite(v) ? Json(v) : Json(Kiv::Utf8(value.AsWString()));
+            } else if constexpr (std::is_same_v<T, float>) {
+                // The decimal digits that read back as the same float.
                 const std::string digits = Kiv::Utf8(value.AsWString());
                 return std::isfinite(v) ? Json(std::stod(digits)) : Json(digits);
             } else if constexpr (std::is_arithmetic_v<T>) {
@@ -132,6 +135,8 @@ std::vector<std::string> AllFiles(const PropertiesOptions& options, std::istream
             throw ToolError{"cannot be opened"};
         ReadNames(list, files);
     }
+    if (std::ranges::count(files, "-") + (options.filesFrom == "-" ? 1 : 0) > 1)
+        throw ToolError{"standard input can be read only once"};
     return files;
 }
 
@@ -142,7 +147,8 @@ int PrintProperties(const PropertiesOptions& options, const Console& console)
     std::vector<std::string> files;
     Failure failure;
     if (!Attempt(failure, [&] { files = AllFiles(options, console.in); })) {
-        console.err << "kivfile: " << PrintableFileName(options.filesFrom) << ": " << failure.message << '\n';
+        if (!options.quiet)
+            console.err << "kivfile: " << PrintableFileName(options.filesFrom) << ": " << failure.message << '\n';
         return SomethingFailed;
     }
 

@@ -24,6 +24,7 @@ std::unique_ptr<KivFile::DiskBuffer> MakeScratchBuffer()
 SourceDocument::SourceDocument(const std::string& name, std::istream& standardInput)
 {
     Kiv::BinaryStreamBufT<unsigned int>& source = name == "-" ? ReadAll(standardInput) : OpenFile(name);
+    m_size = source.Size();
     m_root = Kiv::MakeShared<KivFile::OLE::Storage>("", source);
 }
 

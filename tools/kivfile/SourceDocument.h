@@ -21,6 +21,8 @@ public:
     SourceDocument(const std::string& name, std::istream& standardInput);
 
     [[nodiscard]] KivFile::OLE::Storage& Root() { return *m_root; }
+    // Bytes of the whole document.
+    [[nodiscard]] unsigned int Size() const { return m_size; }
 
 private:
     Kiv::BinaryStreamBufT<unsigned int>& OpenFile(const std::string& name);
@@ -30,6 +32,7 @@ private:
     std::unique_ptr<KivFile::ICFileBufferT<unsigned int>> m_fileBuffer;
     std::unique_ptr<KivFile::DiskBuffer> m_copy;
     Kiv::SmartPtr<KivFile::OLE::Storage> m_root;
+    unsigned int m_size;
 };
 
 // A scratch buffer that keeps 256 KiB in memory.

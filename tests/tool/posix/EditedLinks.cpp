@@ -49,4 +49,19 @@ TEST(EditedFile, LinksModeAndOwnerStay)
     fs::remove_all(folder);
 }
 
+TEST(Extraction, DoesNotFollowLinksInItsFolder)
+{
+    const fs::path folder = fs::temp_directory_path() / ("kivfile-extract-" + std::to_string(::getpid()));
+    fs::create_directories(folder / "parts");
+    std::ofstream(folder / "outside") << "mine";
+    fs::create_symlink("../outside", folder / "parts" / "Workbook");
+    std::istringstream in;
+    std::ostringstream out;
+    const std::string sample = KIV_SAMPLES "/many.xls";
+    EXPECT_EQ(KivTool::Run({"extract", "--force", sample, (folder / "parts").string()}, {in, out, out, false}), 1);
+    EXPECT_NE(out.str().find("Workbook: is a link"), std::string::npos) << out.str();
+    EXPECT_EQ(fs::file_size(folder / "outside"), 4u);
+    fs::remove_all(folder);
+}
+
 } // namespace
