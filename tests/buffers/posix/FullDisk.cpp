@@ -8,7 +8,7 @@
 #include <KivFile/DiskBuffer.h>
 
 #include "../TemporaryDirectory.h"
-#include "FileSizeLimit.h"
+#include "tests/FileSizeLimit.h"
 
 namespace
 {

@@ -8,7 +8,7 @@
 #include <KivFile/MemoryMapFile.h>
 
 #include "buffers/TemporaryDirectory.h"
-#include "buffers/posix/FileSizeLimit.h"
+#include "tests/FileSizeLimit.h"
 
 namespace
 {

@@ -1,13 +1,11 @@
 // Copies and moves where file systems, links, devices and limits come in.
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,6 +14,7 @@
 
 #include "../Folder.h"
 #include "../Listing.h"
+#include "tests/FileSizeLimit.h"
 
 namespace
 {
@@ -76,29 +75,6 @@ TEST(MovingAcrossVolumes, TakesFilesAndLinksButNoDirectories)
     EXPECT_EQ(fs::read_symlink(fs::path(other.Path()) / "link"), "nowhere");
     EXPECT_EQ(Find(folder / "*"), (Names{"sub", "pipe"}));
 }
-
-// While it lives, no file of this process grows beyond the limit.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t limit)
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_old);
-        const rlimit lowered{limit, m_old.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &lowered);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_old);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    rlimit m_old{};
-    void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
 
 TEST(PosixCopying, AFailureOnTheWayLeavesNoPartAndTheOldTarget)
 {

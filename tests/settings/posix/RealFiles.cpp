@@ -1,8 +1,6 @@
 // Settings files of programs that are installed here, and a disk that is full.
 #include <algorithm>
-#include <csignal>
 #include <iostream>
-#include <sys/resource.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -10,6 +8,7 @@
 #include <KivFile/ConfigFile.h>
 
 #include "buffers/TemporaryDirectory.h"
+#include "tests/FileSizeLimit.h"
 
 namespace
 {
@@ -88,29 +87,6 @@ TEST(InstalledSettings, LoadOrAreRefusedAndKeepTheirComments)
     }
     std::cout << files.size() << " settings files, " << loaded << " loaded, " << comments << " with comments\n";
 }
-
-// While it lives, no file of this process grows beyond the limit.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t limit)
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_old);
-        const rlimit lowered{limit, m_old.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &lowered);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_old);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    rlimit m_old{};
-    void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
 
 TEST(FullDisk, ASaveThrowsAndTheConfigurationCanBeSavedElsewhere)
 {
