@@ -254,6 +254,17 @@ TEST(HostilePropertySet, OneLongTextIsNotConvertedForEveryProperty)
     EXPECT_LT(Read(set).size(), 3 * set.size());
 }
 
+// What shares a long text may be left out beyond a limit, but costs no other property.
+TEST(HostilePropertySet, ASharedTextHidesNothingBehindIt)
+{
+    Pairs pairs = {{2, ""}, {3, ""}, {4, ""}, {5, ""}, {6, Text("after")}};
+    const std::uint32_t textOffset = Count(Section(pairs).size());
+    std::string section = Section(pairs) + Text(std::string(10000, 'x'));
+    for (std::size_t i = 0; i < 4; ++i)
+        Poke(section, 8 + i * 8 + 4, textOffset);
+    EXPECT_NE(Read(PropertySet({{SUMMARY, section}})).find("Comments=after|"), std::string::npos);
+}
+
 TEST(HostilePropertySet, SectionsThatOverlapEndWithTheirBudget)
 {
     std::string pairs = Bytes(0u, 0x10000u) + Repeated(0x10000, Bytes(99u, 0x10000u));
