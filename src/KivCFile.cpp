@@ -13,14 +13,6 @@ namespace KivFile
 namespace
 {
 
-using Record = Kiv::SmartPtr<Kiv::MessageInfo>;
-
-template <class Exception>
-void Raise(const Record& record)
-{
-    throw Exception(record);
-}
-
 // A file that cannot be opened is the one failure whose class depends on the system's code.
 void RaiseForOpen(const Record& record)
 {

@@ -12,14 +12,6 @@ namespace KivFile
 namespace
 {
 
-using Record = Kiv::SmartPtr<Kiv::MessageInfo>;
-
-template <class Exception>
-void Raise(const Record& record)
-{
-    throw Exception(record);
-}
-
 KivSys::DWORD High(std::uint64_t value)
 {
     return static_cast<KivSys::DWORD>(value >> 32);

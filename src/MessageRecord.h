@@ -9,6 +9,15 @@
 namespace KivFile
 {
 
+using Record = Kiv::SmartPtr<Kiv::MessageInfo>;
+
+// Throws an exception made from a record: what the rows of a table of failures name.
+template <class Exception>
+[[noreturn]] void Raise(const Record& record)
+{
+    throw Exception(record);
+}
+
 // Where a message arises: the name of the source file, and the line that the compiler fills in.
 struct ThrowSite {
     ThrowSite(const char* file, unsigned int line = __builtin_LINE()) : sourceFile(file), sourceLine(line) {}
@@ -23,8 +32,7 @@ struct ThrowSite {
 //     record->SetLastError(error);
 //     throw WriteErrorException(record);
 template <class... Parameters>
-[[nodiscard]] Kiv::SmartPtr<Kiv::MessageInfo> MessageRecord(MessageId id, ThrowSite site,
-                                                            const Parameters&... parameters)
+[[nodiscard]] Record MessageRecord(MessageId id, ThrowSite site, const Parameters&... parameters)
 {
     auto record = Kiv::MakeShared<Kiv::MessageInfo>(MESSAGE_MODULE, static_cast<std::uint32_t>(id), site.sourceFile,
                                                     site.sourceLine);

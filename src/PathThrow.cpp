@@ -13,14 +13,6 @@ namespace KivFile
 namespace
 {
 
-using Record = Kiv::SmartPtr<Kiv::MessageInfo>;
-
-template <class Exception>
-[[noreturn]] void Raise(const Record& record)
-{
-    throw Exception(record);
-}
-
 enum class Parameters { First, FirstThenSecond, SecondThenFirst };
 
 struct ErrorRow {

@@ -5,48 +5,20 @@
 #include <cstdio>
 #include <optional>
 
+#include "EscapedText.h"
+
 namespace KivTool
 {
 namespace
 {
 
-bool IsControl(unsigned short unit)
-{
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
-}
-
-bool IsSurrogate(unsigned short unit)
-{
-    return unit >= 0xD800 && unit < 0xE000;
-}
-
-bool IsPair(Kiv::WStringView text, std::size_t i)
-{
-    return i + 1 < text.size() && text[i] >= 0xD800 && text[i] < 0xDC00 && text[i + 1] >= 0xDC00 &&
-           text[i + 1] < 0xE000;
-}
-
-void AppendEncoded(std::string& out, Kiv::WStringView units)
-{
-    for (const char byte : Kiv::Utf8(units)) {
-        char text[4];
-        std::snprintf(text, sizeof text, "%%%02X", static_cast<unsigned char>(byte));
-        out += text;
-    }
-}
-
-// Copies name to UTF-8 and encodes each unit that mustEncode(position) picks, and all broken text.
-template <class MustEncode>
-std::string Encode(Kiv::WStringView name, const MustEncode& mustEncode)
+std::string PercentEncoded(unsigned short unit)
 {
     std::string result;
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        if (IsPair(name, i))
-            result += Kiv::Utf8(name.substr(i++, 2));
-        else if (IsSurrogate(name[i]) || mustEncode(i))
-            AppendEncoded(result, name.substr(i, 1));
-        else
-            result += Kiv::Utf8(name.substr(i, 1));
+    for (const char byte : Kiv::Utf8(Kiv::WStringView(&unit, 1))) {
+        char text[4];
+        std::snprintf(text, sizeof text, "%%%02X", static_cast<unsigned char>(byte));
+        result += text;
     }
     return result;
 }
@@ -129,21 +101,24 @@ Kiv::WString MakeSafe(Kiv::WStringView name)
     const std::size_t length = LengthWithoutTrailingDots(name);
     const bool isDevice = IsDevice(name);
     const bool isNarrow = IsNarrow(name);
-    return Kiv::Wide(Encode(name, [&](std::size_t i) {
+    const auto mustEncode = [&](std::size_t i) {
         return i >= length || (isDevice && i == 0) || IsForbiddenInFileName(name[i]) || (!isNarrow && name[i] >= 0x80);
-    }));
+    };
+    return Kiv::Wide(Escaped(name, mustEncode, PercentEncoded));
 }
 
 } // namespace
 
 std::string EncodeName(Kiv::WStringView name)
 {
-    return Encode(name, [&](std::size_t i) { return IsSyntax(name[i]); });
+    return Escaped(
+        name, [&](std::size_t i) { return IsSyntax(name[i]); }, PercentEncoded);
 }
 
 std::string EncodePrintableName(Kiv::WStringView name)
 {
-    return Encode(name, [&](std::size_t i) { return IsSyntax(name[i]) || IsControl(name[i]); });
+    return Escaped(
+        name, [&](std::size_t i) { return IsSyntax(name[i]) || IsControl(name[i]); }, PercentEncoded);
 }
 
 std::vector<Kiv::WString> DecodePath(std::string_view path)

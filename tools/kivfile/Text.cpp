@@ -2,24 +2,16 @@
 
 #include <cstdio>
 
+#include "EscapedText.h"
+
 namespace KivTool
 {
 namespace
 {
 
-bool IsControl(unsigned short unit)
+bool DrivesATerminal(unsigned short unit)
 {
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x2028 || unit == 0x2029;
-}
-
-bool IsHighSurrogate(unsigned short unit)
-{
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-
-bool IsLowSurrogate(unsigned short unit)
-{
-    return unit >= 0xDC00 && unit < 0xE000;
+    return IsControl(unit) || unit == 0x2028 || unit == 0x2029;
 }
 
 std::string Escape(unsigned short unit)
@@ -33,17 +25,8 @@ std::string Escape(unsigned short unit)
 
 std::string Printable(Kiv::WStringView text)
 {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isPair = i + 1 < text.size() && IsHighSurrogate(text[i]) && IsLowSurrogate(text[i + 1]);
-        if (isPair)
-            result += Kiv::Utf8(text.substr(i++, 2));
-        else if (IsControl(text[i]) || IsHighSurrogate(text[i]) || IsLowSurrogate(text[i]))
-            result += Escape(text[i]);
-        else
-            result += Kiv::Utf8(text.substr(i, 1));
-    }
-    return result;
+    return Escaped(
+        text, [&](std::size_t i) { return DrivesATerminal(text[i]); }, Escape);
 }
 
 std::string PrintableLines(Kiv::WStringView text, std::string_view indent)
