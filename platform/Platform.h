@@ -195,15 +195,20 @@ bool SetFileAttributesW(const WCHAR* path, DWORD attributes);
 // The path of the file that a path stands for when all symbolic links in its last component are followed; the path
 // itself when it is none. Whether the file exists does not matter.
 std::string FollowLinks(const std::string& path);
+// Whether the path, or what its links lead to, is a file with bytes of its own: no directory, pipe or device. It is not
+// opened for reading, which for those may wait, or take something away.
+bool IsRegularFile(const char* path);
 // Puts a file in the place of another one, of which Windows keeps the owner and the rights; a file that does not exist
 // is replaced too.
 bool ReplaceFileA(const char* replaced, const char* replacement);
-// Gives a file the owner and the mode of another one, ahead of a replacement. Does nothing on Windows.
-bool CopyOwnerAndMode(const char* from, const char* to);
+// Gives a file the owner and the rights of another one, and what of its extended attributes can be carried over, ahead
+// of a replacement. Does nothing on Windows.
+bool CopyOwnerAndRights(const char* from, const char* to);
 
-// The runtime's unlink: 0 on success, -1 with the last error set.
-int UnlinkA(const char* path);
-int UnlinkW(const WCHAR* path);
+// The runtime's unlink: 0 on success, -1 with the last error set. Read-only files are refused; POSIX has to ask whether
+// a file is one, unless the caller has just asked itself and says that it is writable.
+int UnlinkA(const char* path, bool isWritable = false);
+int UnlinkW(const WCHAR* path, bool isWritable = false);
 
 // Copies bytes, times and attributes. An existing target is replaced, or refused with ErrorFileExists when failIfExists
 // is set; a read-only one is refused with ErrorAccessDenied. A failed copy leaves no partial target.
@@ -275,6 +280,9 @@ enum FindFlags : DWORD {
     // Attributes that cost a call of their own for each entry may be left unread: then AttributeStoredUnread is among
     // the attributes and those of AttributesStored are not. Never on Windows. On POSIX it halves the time of a search.
     FindBasicInfo = 2,
+    // Directories that are no links may come with their name and the directory attribute only. Never on Windows. On
+    // POSIX that spares a call for each.
+    FindBareDirectories = 4,
 };
 constexpr DWORD AttributeStoredUnread = 0x08000000;
 constexpr DWORD AttributesStored = AttributeHidden | AttributeSystem | AttributeArchive | AttributeTemporary |
@@ -414,5 +422,11 @@ bool StandardOutputIsTerminal();
 bool StandardErrorIsTerminal();
 // Switches the three standard streams to plain bytes, without line-end translation.
 void MakeStandardStreamsBinary();
+
+// An event that is signalled when the program is told to end, in place of its end: by Ctrl-C, on POSIX by SIGINT and
+// SIGTERM unless they were ignored. Only the first time, so that a program that hangs on its way out can be ended. Null
+// on failure. One at a time; closed with CloseInterruptEvent, from then on the program ends as before.
+HANDLE CreateInterruptEvent();
+bool CloseInterruptEvent(HANDLE event);
 
 } // namespace KivSys

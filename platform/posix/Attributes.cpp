@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
@@ -84,9 +85,10 @@ DWORD StoredAttributes(int directory, const char* path)
     return stored.value_or(0) & AttributesStored;
 }
 
-bool IsDotName(std::string_view path)
+bool IsDotName(const char* path)
 {
-    const std::string_view name = path.substr(path.find_last_of('/') + 1);
+    const char* separator = std::strrchr(path, '/');
+    const std::string_view name = separator != nullptr ? separator + 1 : path;
     return name.size() > 1 && name.front() == '.' && name != "..";
 }
 
@@ -135,6 +137,12 @@ bool ChangeReadOnly(const char* path, mode_t mode, bool isReadOnly)
     const bool wasReadOnly = (mode & WRITE_BITS) == 0;
     const mode_t newMode = isReadOnly ? mode & ~WRITE_BITS : mode | S_IWUSR;
     return isReadOnly == wasReadOnly || ::chmod(path, newMode & ALL_MODE_BITS) == 0 || FailWithErrno();
+}
+
+bool IsReadOnlyFile(const char* path)
+{
+    struct stat status;
+    return ::lstat(path, &status) == 0 && S_ISREG(status.st_mode) && (status.st_mode & WRITE_BITS) == 0;
 }
 
 // Extended attributes can be written only while the file can.
@@ -205,22 +213,20 @@ bool SetFileAttributesW(const WCHAR* path, DWORD attributes)
     return SetFileAttributesA(NarrowPath(path).c_str(), attributes);
 }
 
-int UnlinkA(const char* path)
+int UnlinkA(const char* path, bool isWritable)
 {
     const std::optional<std::string> native = NativePath(path);
     if (!native)
         return -1;
     // Windows keeps read-only files, whatever the directory allows.
-    struct stat status;
-    const bool exists = ::lstat(native->c_str(), &status) == 0;
-    const bool isReadOnly = exists && S_ISREG(status.st_mode) && (status.st_mode & WRITE_BITS) == 0;
-    const bool isDone = isReadOnly ? Fail(ErrorAccessDenied) : ::unlink(native->c_str()) == 0 || FailOnPath(*native);
+    const bool isKept = !isWritable && IsReadOnlyFile(native->c_str());
+    const bool isDone = isKept ? Fail(ErrorAccessDenied) : ::unlink(native->c_str()) == 0 || FailOnPath(*native);
     return isDone ? 0 : -1;
 }
 
-int UnlinkW(const WCHAR* path)
+int UnlinkW(const WCHAR* path, bool isWritable)
 {
-    return UnlinkA(NarrowPath(path).c_str());
+    return UnlinkA(NarrowPath(path).c_str(), isWritable);
 }
 
 } // namespace KivSys

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
@@ -25,19 +27,77 @@ bool IsDots(std::string_view name)
     return name == "." || name == "..";
 }
 
+// What an open directory holds. The system's own stream asks for more than is needed, and its buffer costs as much as
+// the entries of a small directory.
+class Directory
+{
+public:
+    // Takes over the descriptor.
+    explicit Directory(int descriptor) : m_descriptor(descriptor), m_buffer(std::move(t_spareBuffer))
+    {
+        if (!m_buffer)
+            m_buffer = std::make_unique<Buffer>();
+    }
+    Directory(const Directory&) = delete;
+    Directory& operator=(const Directory&) = delete;
+    ~Directory()
+    {
+        ::close(m_descriptor);
+        t_spareBuffer = std::move(m_buffer);
+    }
+
+    int Descriptor() const { return m_descriptor; }
+
+    // The next entry, good until the next call; null at the end, with errno 0, and on failure.
+    const dirent64* Next()
+    {
+        if (m_next == m_end && !Fill())
+            return nullptr;
+        const auto* entry = reinterpret_cast<const dirent64*>(m_buffer->bytes + m_next);
+        m_next += entry->d_reclen;
+        return entry;
+    }
+
+private:
+    struct Buffer {
+        alignas(dirent64) char bytes[32768];
+    };
+
+    bool Fill()
+    {
+        errno = 0;
+        const ssize_t length = ::getdents64(m_descriptor, m_buffer->bytes, sizeof m_buffer->bytes);
+        // A directory that was removed meanwhile holds nothing.
+        if (length < 0 && errno == ENOENT)
+            errno = 0;
+        m_next = 0;
+        m_end = static_cast<std::size_t>(std::max<ssize_t>(length, 0));
+        return m_end > 0;
+    }
+
+    // That of the thread's last search.
+    static thread_local std::unique_ptr<Buffer> t_spareBuffer;
+
+    int m_descriptor;
+    std::unique_ptr<Buffer> m_buffer;
+    std::size_t m_next = 0;
+    std::size_t m_end = 0;
+};
+
+thread_local std::unique_ptr<Directory::Buffer> Directory::t_spareBuffer;
+
 // A search in an open directory. Entries are asked for by their names in it, which walks no path.
 class Search : public Object
 {
 public:
-    Search(DIR* directory, std::string_view pattern, DWORD findFlags)
-        : m_directory(directory), m_pattern(pattern), m_findFlags(findFlags)
+    Search(int descriptor, std::string_view pattern, DWORD findFlags)
+        : m_directory(descriptor), m_pattern(pattern), m_findFlags(findFlags)
     {
     }
-    ~Search() override { ::closedir(m_directory); }
 
     const FindDataA* NextEntry() override
     {
-        while (const dirent* entry = ReadEntry()) {
+        while (const dirent64* entry = ReadEntry()) {
             if (IsLeftOut(*entry))
                 continue;
             m_found.name.clear();
@@ -49,10 +109,10 @@ public:
     }
 
     // As NextEntry, but the entry that bears the pattern as its name comes first, and then alone.
-    const FindDataA* FirstEntry(const std::string& pattern)
+    const FindDataA* FirstEntry(std::string_view pattern)
     {
-        const std::optional<std::string> name = m_pattern.IsName() ? NativePath(pattern.c_str()) : std::nullopt;
-        if (!name || !ReadAttributeData(::dirfd(m_directory), name->c_str(), Stored(), &m_found))
+        const std::optional<std::string> name = m_pattern.IsName() ? NativePath(pattern) : std::nullopt;
+        if (!name || !ReadAttributeData(m_directory.Descriptor(), name->c_str(), Stored(), &m_found))
             return NextEntry();
         m_isDone = true;
         AppendShownName(m_found.name, *name);
@@ -60,16 +120,15 @@ public:
     }
 
 private:
-    const dirent* ReadEntry()
+    const dirent64* ReadEntry()
     {
-        errno = 0;
-        const dirent* entry = m_isDone ? nullptr : ::readdir(m_directory);
+        const dirent64* entry = m_isDone ? nullptr : m_directory.Next();
         if (entry == nullptr)
-            SetLastError(errno == 0 ? DWORD{ErrorNoMoreFiles} : CodeOfErrno(errno));
+            SetLastError(m_isDone || errno == 0 ? DWORD{ErrorNoMoreFiles} : CodeOfErrno(errno));
         return entry;
     }
 
-    bool IsLeftOut(const dirent& entry) const
+    bool IsLeftOut(const dirent64& entry) const
     {
         const bool mayBeDirectory = entry.d_type == DT_DIR || entry.d_type == DT_UNKNOWN;
         return (m_findFlags & FindLimitToDirectories) != 0 && !mayBeDirectory;
@@ -77,21 +136,27 @@ private:
 
     StoredPart Stored() const { return (m_findFlags & FindBasicInfo) != 0 ? StoredPart::Leave : StoredPart::Read; }
 
-    // False for an entry that is gone. One that may not be looked at is there all the same, and "." and ".." are not
-    // worth a call each where little is asked for.
-    bool ReadData(const dirent& entry)
+    // Whether the kind of an entry is all that is asked for. "." and ".." are not worth a call each where little is.
+    bool IsBare(const dirent64& entry) const
     {
-        const bool isDots = entry.d_type == DT_DIR && IsDots(entry.d_name) && Stored() == StoredPart::Leave;
-        if (!isDots && ReadAttributeData(::dirfd(m_directory), entry.d_name, Stored(), &m_found))
+        return entry.d_type == DT_DIR && ((m_findFlags & FindBareDirectories) != 0 ||
+                                          ((m_findFlags & FindBasicInfo) != 0 && IsDots(entry.d_name)));
+    }
+
+    // False for an entry that is gone. One that may not be looked at is there all the same.
+    bool ReadData(const dirent64& entry)
+    {
+        const bool isBare = IsBare(entry);
+        if (!isBare && ReadAttributeData(m_directory.Descriptor(), entry.d_name, Stored(), &m_found))
             return true;
-        if (!isDots && errno == ENOENT)
+        if (!isBare && errno == ENOENT)
             return false;
         static_cast<FileAttributeData&>(m_found) = {};
         m_found.attributes = entry.d_type == DT_DIR ? AttributeDirectory : AttributeNormal;
         return true;
     }
 
-    DIR* m_directory;
+    Directory m_directory;
     Wildcards m_pattern;
     DWORD m_findFlags;
     bool m_isDone = false;
@@ -109,15 +174,32 @@ void Assign(FindDataW& to, const FindDataA& found)
     AssignWide(to.name, found.name);
 }
 
-// Whether the number of links says that a directory holds no others, where it counts them: each has a ".." for it.
-// This spares a walk to open the directories that hold only files, which are most, a second time.
+// Whether directories of the mounted file system count the ".." of those that they hold among their links.
+bool CountsDirectories(const char* path)
+{
+    struct statfs volume;
+    const auto isOneOf = [&volume](auto... types) { return ((volume.f_type == types) || ...); };
+    return ::statfs(path, &volume) == 0 && isOneOf(EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC, TMPFS_MAGIC);
+}
+
+// Whether the number of links says that a directory holds no others. This spares a walk to open the directories that
+// hold only files, which are most, a second time. The kernel gives the number of a mount to no other one, so the last
+// that was seen to count need not be asked again.
 bool HoldsNoDirectories(const char* path)
 {
-    struct stat status;
-    struct statfs volume;
-    const auto counts = [&volume](auto... types) { return ((volume.f_type == types) || ...); };
-    return ::stat(path, &status) == 0 && S_ISDIR(status.st_mode) && status.st_nlink == 2 &&
-           ::statfs(path, &volume) == 0 && counts(EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC, TMPFS_MAGIC);
+    constexpr unsigned int uniqueMountId = 0x4000;
+    static std::atomic<std::uint64_t> countingMount = 0;
+    struct statx status;
+    if (::statx(AT_FDCWD, path, AT_NO_AUTOMOUNT, STATX_TYPE | STATX_NLINK | uniqueMountId, &status) != 0 ||
+        !S_ISDIR(status.stx_mode) || status.stx_nlink != 2)
+        return false;
+    const bool isUnique = (status.stx_mask & uniqueMountId) != 0;
+    if (isUnique && status.stx_mnt_id == countingMount)
+        return true;
+    const bool counts = CountsDirectories(path);
+    if (isUnique && counts)
+        countingMount = status.stx_mnt_id;
+    return counts;
 }
 
 std::unique_ptr<Search> OpenSearch(const NativePattern& pattern, DWORD findFlags)
@@ -126,8 +208,8 @@ std::unique_ptr<Search> OpenSearch(const NativePattern& pattern, DWORD findFlags
         SetLastError(ErrorFileNotFound);
         return nullptr;
     }
-    DIR* directory = ::opendir(pattern.directory.c_str());
-    if (directory != nullptr)
+    const int directory = ::open(pattern.directory.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
+    if (directory >= 0)
         return std::make_unique<Search>(directory, pattern.name, findFlags);
     if (errno == ENOENT)
         SetLastError(ErrorPathNotFound);
@@ -143,7 +225,7 @@ HANDLE FindFirst(const char* text, Data* data, DWORD findFlags)
     std::unique_ptr<Search> search = pattern ? OpenSearch(*pattern, findFlags) : nullptr;
     if (!search)
         return InvalidHandle();
-    const FindDataA* found = search->FirstEntry(std::string(pattern->name));
+    const FindDataA* found = search->FirstEntry(pattern->name);
     if (found == nullptr) {
         if (GetLastError() == ErrorNoMoreFiles)
             SetLastError(ErrorFileNotFound);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <string_view>
 #include <sys/stat.h>
@@ -19,9 +20,21 @@ namespace
 constexpr char MAPPED_LEAD = '\xEF';
 constexpr std::size_t MAPPED_LENGTH = 3;
 
+// What a byte is to the form of a name.
+enum Kind : unsigned char { Plain = 0, Unholdable = 1, MayBeMapped = 2 };
+
+constexpr auto KINDS = [] {
+    std::array<unsigned char, 256> kinds{};
+    std::fill(kinds.begin() + 1, kinds.begin() + 32, Unholdable);
+    for (const char c : std::string_view("\\:*?\"<>|"))
+        kinds[static_cast<unsigned char>(c)] = Unholdable;
+    kinds[static_cast<unsigned char>(MAPPED_LEAD)] = MayBeMapped;
+    return kinds;
+}();
+
 bool IsUnholdable(char c)
 {
-    return (c >= 1 && c <= 31) || (c != 0 && std::string_view("\\:*?\"<>|").find(c) != std::string_view::npos);
+    return KINDS[static_cast<unsigned char>(c)] == Unholdable;
 }
 
 // Dots and blanks are unholdable at the end of a name only.
@@ -132,15 +145,13 @@ void AppendNative(std::string& to, std::string_view component)
         to.replace(begin, to.size(), component);
 }
 
-bool IsPlainByte(char c)
-{
-    return c != MAPPED_LEAD && !IsUnholdable(c);
-}
-
 void AppendHouse(std::string& to, std::string_view component)
 {
     const std::size_t holdable = IsDots(component) ? component.size() : LengthWithoutDotsAndBlanks(component);
-    if (holdable == component.size() && std::all_of(component.begin(), component.end(), IsPlainByte)) {
+    unsigned char found = holdable != component.size();
+    for (const char c : component) // to the end, which is faster than to stop
+        found |= KINDS[static_cast<unsigned char>(c)];
+    if (found == 0) {
         to += component;
         return;
     }
@@ -153,6 +164,42 @@ void AppendHouse(std::string& to, std::string_view component)
             to += ESCAPE;
         to += component[i];
     }
+}
+
+std::optional<std::string> FailPath(DWORD code)
+{
+    SetLastError(code);
+    return std::nullopt;
+}
+
+// Whether only the separators of a path must change: it holds nothing mapped, and no dot or blank ends a component.
+// Most are so, and the loop runs to the end so that it is done many characters at once.
+bool IsAlmostNative(std::string_view text)
+{
+    bool isOther = IsDotOrBlank(text.back());
+    for (std::size_t i = 0; i < text.size(); ++i)
+        isOther |= text[i] == MAPPED_LEAD || (i > 0 && IsSeparator(text[i]) && IsDotOrBlank(text[i - 1]));
+    return !isOther;
+}
+
+std::string WithNativeSeparators(std::string_view text)
+{
+    std::string native(text);
+    std::transform(native.begin(), native.end(), native.begin(), [](char c) { return c == '\\' ? '/' : c; });
+    return native;
+}
+
+// The path with native names and separators; nothing, with the last error set, when a component has no entry.
+std::optional<std::string> Translate(std::string_view text)
+{
+    if (IsAlmostNative(text))
+        return WithNativeSeparators(text);
+    bool isName = true;
+    std::string native = TranslateComponents(text, IsSeparator, [&isName](std::string& to, std::string_view component) {
+        isName = isName && !NamesNothing(component);
+        AppendNative(to, component);
+    });
+    return isName ? std::optional(std::move(native)) : FailPath(ErrorInvalidName);
 }
 
 bool IsMissing(const std::string& directory)
@@ -171,12 +218,6 @@ bool IsOnServer(std::string_view text)
     return text.size() > 1 && IsSeparator(text[0]) && IsSeparator(text[1]);
 }
 
-std::optional<std::string> FailPath(DWORD code)
-{
-    SetLastError(code);
-    return std::nullopt;
-}
-
 void RemoveSeparatorsAtEnd(std::string& native)
 {
     native.resize(std::max<std::size_t>(native.find_last_not_of('/') + 1, 1));
@@ -184,30 +225,24 @@ void RemoveSeparatorsAtEnd(std::string& native)
 
 } // namespace
 
-std::optional<std::string> NativePath(const char* path)
+std::optional<std::string> NativePath(std::string_view path)
 {
-    const std::string_view text = path;
-    if (text.empty() || HasDrive(text))
+    if (path.empty() || HasDrive(path))
         return FailPath(ErrorPathNotFound);
-    bool isName = true;
-    std::string native = TranslateComponents(text, IsSeparator, [&isName](std::string& to, std::string_view component) {
-        isName = isName && !NamesNothing(component);
-        AppendNative(to, component);
-    });
-    if (!isName)
-        return FailPath(ErrorInvalidName);
-    RemoveSeparatorsAtEnd(native);
-    return IsOnServer(text) ? PathBelowMount(native) : std::optional(std::move(native));
+    std::optional<std::string> native = Translate(path);
+    if (!native)
+        return native;
+    RemoveSeparatorsAtEnd(*native);
+    return IsOnServer(path) ? PathBelowMount(*native) : std::move(native);
 }
 
-std::optional<NativePattern> SplitPattern(const char* pattern)
+std::optional<NativePattern> SplitPattern(std::string_view pattern)
 {
-    const std::string_view text = pattern;
-    const std::size_t begin = text.find_last_of("\\/") + 1;
-    const bool isBare = begin == 0 && !HasDrive(text);
-    const std::string directory = isBare ? "." : std::string(text.substr(0, std::max<std::size_t>(begin, 1)));
-    std::optional<std::string> native = HasDrive(text) ? FailPath(ErrorPathNotFound) : NativePath(directory.c_str());
-    return native ? std::optional(NativePattern{*std::move(native), text.substr(begin)}) : std::nullopt;
+    const std::size_t begin = pattern.find_last_of("\\/") + 1;
+    const bool isBare = begin == 0 && !HasDrive(pattern);
+    std::optional<std::string> native =
+        HasDrive(pattern) ? FailPath(ErrorPathNotFound) : NativePath(isBare ? "." : pattern.substr(0, begin));
+    return native ? std::optional(NativePattern{*std::move(native), pattern.substr(begin)}) : std::nullopt;
 }
 
 std::string HousePath(const std::string& native)

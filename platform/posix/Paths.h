@@ -14,14 +14,14 @@ namespace KivSys
 // not count, as on Windows: that keeps a path the same when the house drops them. Nothing, with the last error set, for
 // a path that cannot exist here: an empty one, one with a drive letter, one on a share that is not mounted, one with a
 // component of dots and blanks only that is neither "." nor "..".
-std::optional<std::string> NativePath(const char* path);
+std::optional<std::string> NativePath(std::string_view path);
 
 // A search pattern: the system's path of its directory, and the house's text behind the last separator.
 struct NativePattern {
     std::string directory;
     std::string_view name;
 };
-std::optional<NativePattern> SplitPattern(const char* pattern);
+std::optional<NativePattern> SplitPattern(std::string_view pattern);
 
 // The house's form of one of the system's paths, and of the name of an entry, which is appended.
 std::string HousePath(const std::string& native);

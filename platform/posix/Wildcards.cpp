@@ -90,6 +90,8 @@ Wildcards::Wildcards(std::string_view pattern)
     : m_isName(pattern.find_first_of("*?") == std::string_view::npos),
       m_isEverything(pattern == "*" || pattern == "*.*")
 {
+    if (m_isEverything)
+        return;
     AssignFolded(m_pattern, pattern);
     Compile(m_pattern);
 }

@@ -54,12 +54,12 @@ bool SetFileAttributesW(const WCHAR* path, DWORD attributes)
     return ::SetFileAttributesW(Wide(path), attributes) != 0;
 }
 
-int UnlinkA(const char* path)
+int UnlinkA(const char* path, bool)
 {
     return ::_unlink(path);
 }
 
-int UnlinkW(const WCHAR* path)
+int UnlinkW(const WCHAR* path, bool)
 {
     return ::_wunlink(Wide(path));
 }

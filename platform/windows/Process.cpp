@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -15,6 +16,18 @@ bool IsConsole(::DWORD standardHandle)
 {
     ::DWORD mode = 0;
     return ::GetConsoleMode(::GetStdHandle(standardHandle), &mode) != 0;
+}
+
+// Null once it has been signalled.
+std::atomic<::HANDLE> g_interruptEvent = nullptr;
+
+// Runs on a thread of its own. What is not taken here ends the program.
+::BOOL WINAPI TakeInterrupt(::DWORD kind)
+{
+    if (kind != CTRL_C_EVENT && kind != CTRL_BREAK_EVENT)
+        return FALSE;
+    const ::HANDLE event = g_interruptEvent.exchange(nullptr);
+    return event != nullptr && ::SetEvent(event) != 0;
 }
 
 } // namespace
@@ -65,6 +78,22 @@ void MakeStandardStreamsBinary()
 {
     for (std::FILE* stream : {stdin, stdout, stderr})
         ::_setmode(::_fileno(stream), _O_BINARY);
+}
+
+HANDLE CreateInterruptEvent()
+{
+    const HANDLE event = CreateEventW(false);
+    g_interruptEvent = event;
+    if (event != nullptr)
+        ::SetConsoleCtrlHandler(TakeInterrupt, TRUE);
+    return event;
+}
+
+bool CloseInterruptEvent(HANDLE event)
+{
+    ::SetConsoleCtrlHandler(TakeInterrupt, FALSE);
+    g_interruptEvent = nullptr;
+    return CloseHandle(event);
 }
 
 } // namespace KivSys

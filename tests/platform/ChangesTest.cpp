@@ -28,20 +28,6 @@ DWORD KeptAttributes(const std::string& path)
     return GetFileAttributesA(path.c_str()) & (AttributeReadOnly | AttributeHidden | AttributeSystem);
 }
 
-TEST(SettingAttributes, EachBitGoesOnAndOff)
-{
-    const Folder folder;
-    WriteText(folder / "file", "text");
-    for (const DWORD bit : {AttributeReadOnly, AttributeHidden, AttributeSystem}) {
-        ASSERT_TRUE(SetFileAttributesA((folder / "file").c_str(), bit));
-        EXPECT_EQ(KeptAttributes(folder / "file"), bit);
-        ASSERT_TRUE(SetFileAttributesW(Wide(folder / "file").data(), AttributeNormal));
-        EXPECT_EQ(KeptAttributes(folder / "file"), 0u) << bit;
-    }
-    EXPECT_FALSE(SetFileAttributesA((folder / "missing").c_str(), AttributeNormal));
-    EXPECT_EQ(GetLastError(), ErrorFileNotFound);
-}
-
 TEST(Copying, TakesBytesTimeAndAttributesAlong)
 {
     const Folder folder;
@@ -136,15 +122,6 @@ TEST(Moving, FilesAndDirectoriesTakeTheirNewNames)
     EXPECT_EQ(ReadText(folder / "file"), "text");
     // Wine keeps the old case.
     EXPECT_EQ(Find(folder / "*"), (Names{IsWine() ? "File" : "file", "moved"}));
-}
-
-TEST(CreatingNewFiles, WriteAccessAndWriteSharingAreEnough)
-{
-    const Folder folder;
-    const Opened file(OpenFile(folder / "new", CreateNew, GenericWrite, ShareWrite, 0));
-    EXPECT_TRUE(file);
-    EXPECT_EQ(OpenFile(folder / "new", CreateNew, GenericWrite, ShareWrite, 0), InvalidHandle());
-    EXPECT_EQ(GetLastError(), ErrorFileExists);
 }
 
 } // namespace

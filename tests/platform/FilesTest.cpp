@@ -108,20 +108,6 @@ TEST(OpeningFiles, AReadOnlyFileIsNeitherWrittenNorDeleted)
     EXPECT_EQ(UnlinkA(path.c_str()), 0);
 }
 
-TEST(OpeningFiles, WideAndNarrowPathsNameTheSameFile)
-{
-    const Folder folder;
-    const std::string path = folder / "file";
-    std::vector<WCHAR> wide(path.begin(), path.end());
-    wide.push_back(0);
-    EXPECT_TRUE(Opened(CreateFileW(wide.data(), GenericWrite, ShareNone, CreateNew, AttributeNormal)));
-    EXPECT_EQ(GetFileAttributesW(wide.data()), GetFileAttributesA(path.c_str()));
-    EXPECT_NE(GetFileAttributesW(wide.data()), InvalidFileAttributes);
-    EXPECT_EQ(UnlinkW(wide.data()), 0);
-    EXPECT_EQ(GetFileAttributesW(wide.data()), InvalidFileAttributes);
-    EXPECT_EQ(GetLastError(), ErrorFileNotFound);
-}
-
 TEST(DeleteOnClose, TheNameIsThereWhileTheFileIsOpenAndGoneAfter)
 {
     const Folder folder;
@@ -189,23 +175,6 @@ TEST(FileContent, AHandleGivesOnlyTheAccessAskedFor)
     EXPECT_EQ(GetLastError(), ErrorAccessDenied);
     EXPECT_FALSE(CloseHandle(nullptr));
     EXPECT_EQ(GetLastError(), ErrorInvalidHandle);
-}
-
-TEST(Attributes, TellDirectoriesFilesAndMissingNamesApart)
-{
-    const Folder folder;
-    WriteText(folder / "file", "12345");
-    ASSERT_EQ(MakeDirectoryA((folder / "sub").c_str()), 0);
-    EXPECT_EQ(UnlinkA((folder / "sub").c_str()), -1);
-    EXPECT_EQ(GetLastError(), ErrorAccessDenied);
-    EXPECT_EQ(GetFileAttributesA((folder / "sub").c_str()) & AttributeDirectory, DWORD{AttributeDirectory});
-    FileAttributeData data;
-    ASSERT_TRUE(GetFileAttributesExA((folder / "file").c_str(), &data));
-    EXPECT_EQ(data.attributes & AttributeDirectory, 0u);
-    EXPECT_EQ(data.sizeLow, 5u);
-    constexpr std::int64_t secondsTo1970 = 11644473600;
-    const auto written = (std::uint64_t{data.lastWriteTime.high} << 32 | data.lastWriteTime.low) / 10'000'000;
-    EXPECT_NEAR(static_cast<double>(written), static_cast<double>(std::time(nullptr) + secondsTo1970), 60.0);
 }
 
 } // namespace

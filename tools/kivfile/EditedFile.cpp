@@ -5,6 +5,7 @@
 #include <KivFile/Path.h>
 #include <KivThread/ThreadException.h>
 
+#include "Failure.h"
 #include "platform/Platform.h"
 
 namespace KivTool
@@ -42,6 +43,8 @@ void WriteBytes(const std::string& name, const std::string& bytes)
 EditedFile::EditedFile(const std::string& name)
     : m_target(KivSys::FollowLinks(KivSys::PathFromUser(name))), m_exists(KivFile::PathT<char>(m_target).Exists())
 {
+    if (m_exists && !KivSys::IsRegularFile(m_target.c_str()))
+        throw ToolError{"is no regular file"};
     if (m_exists)
         m_content = ReadOpened(m_target, File::OpenMode::ReadWrite);
     CreateWorkFile();
@@ -60,7 +63,7 @@ void EditedFile::Commit()
     m_workFile.clear();
 }
 
-// It has the file's mode before it has content, which others may not be allowed to see.
+// It has the file's rights before it has content, which others may not be allowed to see.
 void EditedFile::CreateWorkFile()
 {
     const std::string name = m_target + ".kivfile-" + std::to_string(KivSys::GetCurrentProcessId());
@@ -69,7 +72,7 @@ void EditedFile::CreateWorkFile()
     if (!file.IsValid())
         KivThread::ThrowLastError();
     m_workFile = name;
-    if (m_exists && !KivSys::CopyOwnerAndMode(m_target.c_str(), name.c_str())) {
+    if (m_exists && !KivSys::CopyOwnerAndRights(m_target.c_str(), name.c_str())) {
         const KivSys::DWORD error = KivSys::GetLastError();
         KivSys::UnlinkA(name.c_str()); // no destructor runs
         KivSys::SetLastError(error);

@@ -12,12 +12,12 @@ std::string ReadBytes(const std::string& file);
 void WriteBytes(const std::string& file, const std::string& bytes);
 
 // Whatever goes wrong before or in Commit, the file has its old content. A symbolic link stays one: the file that it
-// leads to is edited. Owner and mode stay as they are.
+// leads to is edited. Owner, rights and extended attributes stay as they are.
 class EditedFile
 {
 public:
-    // name is as the user wrote it; the file need not exist. Throws what the file handle throws for one that may not be
-    // read and written.
+    // name is as the user wrote it; the file need not exist. Throws a ToolError for what is no regular file, which a
+    // new file must not replace, and what the file handle throws for one that may not be read and written.
     explicit EditedFile(const std::string& name);
     EditedFile(const EditedFile&) = delete;
     EditedFile& operator=(const EditedFile&) = delete;

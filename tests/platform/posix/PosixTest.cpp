@@ -38,25 +38,6 @@ TEST(UserPaths, CharactersThatWindowsCannotHoldAreMappedAndComeBack)
     EXPECT_EQ(PathForUser("a\\b"), "a/b");
 }
 
-TEST(HousePaths, MappedNamesReachTheirEntryAndNeverLeadOut)
-{
-    const Folder folder;
-    const fs::path root = folder.Path();
-    for (const std::string name : {"a\\b", "C:", "x. ", "...", "tab\t"}) {
-        WriteText(folder / PathFromUser(name), name);
-        EXPECT_TRUE(fs::is_regular_file(root / name)) << name;
-        EXPECT_EQ(ReadText(folder / PathFromUser(name)), name);
-    }
-    const std::string mappedUp = "\xEF\x80\xAE\xEF\x80\xAE";
-    EXPECT_EQ(GetFileAttributesA((folder / mappedUp).c_str()), InvalidFileAttributes);
-    WriteText(folder / mappedUp, "here");
-    EXPECT_TRUE(fs::is_regular_file(root / mappedUp));
-    for (const std::string path : {"C:\\x", "c:", "\\\\server\\x", "//server/x"}) {
-        EXPECT_EQ(GetFileAttributesA(path.c_str()), InvalidFileAttributes) << path;
-        EXPECT_EQ(GetLastError(), path[1] == ':' ? ErrorPathNotFound : ErrorBadNetPath) << path;
-    }
-}
-
 TEST(PosixAttributes, ComeFromTheNameTheModeTheLinkAndTheExtendedAttribute)
 {
     const Folder folder;
@@ -115,15 +96,6 @@ TEST(PosixDeleteOnClose, IsPrivateFindsItsRelativeNameAndLeavesASuccessorAlone)
     second.Close();
     EXPECT_FALSE(fs::exists(folder.Path() + "/first"));
     EXPECT_EQ(ReadText(folder / "second"), "successor");
-}
-
-TEST(PosixFiles, AFullDiskIsAnErrorOfTheWrite)
-{
-    const Opened full(OpenFile("\\dev\\full", OpenExisting, GenericWrite));
-    DWORD written = 1;
-    EXPECT_FALSE(WriteFile(full, "x", 1, &written));
-    EXPECT_EQ(GetLastError(), ErrorDiskFull);
-    EXPECT_EQ(written, 0u);
 }
 
 TEST(PosixText, BytesWithoutACharacterAreReplacedOneByOne)

@@ -14,7 +14,6 @@
 
 #include "../Folder.h"
 #include "../Listing.h"
-#include "tests/FileSizeLimit.h"
 
 namespace
 {
@@ -74,20 +73,6 @@ TEST(MovingAcrossVolumes, TakesFilesAndLinksButNoDirectories)
     EXPECT_EQ(GetFileAttributesA((other / "file").c_str()), DWORD{AttributeReadOnly});
     EXPECT_EQ(fs::read_symlink(fs::path(other.Path()) / "link"), "nowhere");
     EXPECT_EQ(Find(folder / "*"), (Names{"sub", "pipe"}));
-}
-
-TEST(PosixCopying, AFailureOnTheWayLeavesNoPartAndTheOldTarget)
-{
-    const Folder folder;
-    WriteText(folder / "from", std::string(100000, 'x'));
-    WriteText(folder / "old", "old");
-    for (const char* name : {"old", "new"}) {
-        const FileSizeLimit limit(5000);
-        EXPECT_FALSE(CopyFileA((folder / "from").c_str(), (folder / name).c_str(), false));
-        EXPECT_EQ(GetLastError(), ErrorFileTooLarge);
-    }
-    EXPECT_EQ(ReadText(folder / "old"), "old");
-    EXPECT_EQ(Find(folder / "*"), (Names{"from", "old"}));
 }
 
 TEST(PosixCopying, FollowsLinksLeavesDevicesAloneAndDropsLentRights)
