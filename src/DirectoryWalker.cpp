@@ -65,7 +65,7 @@ void DirectoryWalker::Walk(const Path& directory, const std::string& filter, boo
     }
     std::vector<Path> entries; // of one directory after the other, so that its room is used again
     std::vector<Level> levels;
-    levels.push_back({HandleDirectory(directory, filter, recursive, resume, entries)});
+    levels.push_back({HandleDirectory(directory, filter, recursive, resume, entries, true)});
     while (!levels.empty() && !m_stopped) {
         Level& level = levels.back();
         if (level.next == level.directories.size()) {
@@ -74,16 +74,24 @@ void DirectoryWalker::Walk(const Path& directory, const std::string& filter, boo
         }
         const Path& next = level.directories[level.next++];
         if (m_started || resume.IsOnTheWay(next))
-            levels.push_back({HandleDirectory(next, filter, recursive, resume, entries)});
+            levels.push_back({HandleDirectory(next, filter, recursive, resume, entries, false)});
     }
 }
 
-// Handles the files and returns the sub-directories that are to be walked.
+// Handles the files and returns the sub-directories that are to be walked. The lists of the directory that the walk was
+// given for leave their dates with it like any list; what is not needed of the others' entries is not asked for.
 std::vector<Path> DirectoryWalker::HandleDirectory(const Path& directory, const std::string& filter, bool recursive,
-                                                   const ResumePoint& resume, std::vector<Path>& entries)
+                                                   const ResumePoint& resume, std::vector<Path>& entries, bool isGiven)
 {
+    const bool stop = false;
+    KivSys::DWORD fileFlags = KivSys::FindBasicInfo;
+    KivSys::DWORD directoryFlags = KivSys::FindBasicInfo;
+    if (!isGiven) {
+        fileFlags |= KivSys::FindBareDirectories;
+        directoryFlags |= KivSys::FindBareDirectories | KivSys::FindLimitToDirectories;
+    }
     entries.clear();
-    directory.GetFileList(entries, filter);
+    directory.List(entries, stop, filter, fileFlags);
     for (const Path& entry : entries) {
         if (m_stopped)
             return {};
@@ -93,9 +101,8 @@ std::vector<Path> DirectoryWalker::HandleDirectory(const Path& directory, const 
     if (!recursive)
         return {};
     // A new list, because the handlers may have changed the directory.
-    const bool stop = false;
     entries.clear();
-    directory.List(entries, stop, DEFAULT_PATH_FILTER, KivSys::FindBasicInfo | KivSys::FindLimitToDirectories);
+    directory.List(entries, stop, DEFAULT_PATH_FILTER, directoryFlags);
     std::vector<Path> directories;
     std::copy_if(std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end()),
                  std::back_inserter(directories),

@@ -305,6 +305,14 @@ void PathT<T>::CreateFileW()
 template <class T>
 void PathT<T>::Delete(bool force)
 {
+    DeleteOne(force, false);
+}
+
+// isFresh says that what is remembered was read a moment ago.
+template <class T>
+void PathT<T>::DeleteOne(bool force, bool isFresh)
+{
+    using Calls = PathCalls<T>;
     if (force && IsFile()) {
         SetAttribute(ATTRIBUTE_READ_ONLY, false);
         SetAttribute(ATTRIBUTE_HIDDEN, false);
@@ -314,8 +322,8 @@ void PathT<T>::Delete(bool force)
     ClearAttributes();
     if (!isDeletable)
         return;
-    const auto remove = isFile ? PathCalls<T>::UnlinkWrp : PathCalls<T>::RmDirWrp;
-    if (remove(m_fullPath.c_str()) != 0)
+    const T* text = m_fullPath.c_str();
+    if ((isFile ? Calls::UnlinkWrp(text, isFresh) : Calls::RmDirWrp(text)) != 0)
         Throw(PathTThrow::CannotDelete, m_fullPath);
 }
 

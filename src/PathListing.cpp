@@ -1,5 +1,7 @@
 // The members of PathT that list a directory and delete a tree.
+#include <functional>
 #include <string_view>
+#include <vector>
 
 #include <KivBase/Handle.h>
 #include <KivFile/Path.h>
@@ -22,38 +24,83 @@ bool IsDots(const Name& name)
     return !name.empty() && name.size() <= 2 && std::equal(name.begin(), name.end(), dots.begin());
 }
 
+// The paths of a directory's entries.
+template <class T>
+class EntryText
+{
+public:
+    using String = typename PathT<T>::String;
+    using View = PathText::View<T>;
+
+    // The directory's text ends in a separator.
+    explicit EntryText(const String& directory) : m_text(directory), m_directoryLength(directory.size())
+    {
+        String probe = directory + T{'x'};
+        PathText::Normalize(probe);
+        m_isCanonical = probe.size() == directory.size() + 1 && probe.starts_with(directory);
+    }
+
+    // The canonical text of an entry. Few have to be normalised, which takes half as long as making the path.
+    const String& Of(View name)
+    {
+        m_text.resize(m_directoryLength);
+        m_text.append(name);
+        if (m_isCanonical && PathText::IsPlainName<T>(name))
+            return m_text;
+        m_normalised = m_text;
+        PathText::Normalize(m_normalised);
+        return m_normalised;
+    }
+
+private:
+    String m_text;
+    String m_normalised;
+    std::size_t m_directoryLength;
+    bool m_isCanonical;
+};
+
+// Where a path stands in a vector; the vector's size when it is none of its elements.
+template <class Path>
+std::size_t IndexIn(const std::vector<Path>& paths, const Path* path)
+{
+    const Path* const begin = paths.data();
+    const bool isInside = std::less_equal<>()(begin, path) && std::less<>()(path, begin + paths.size());
+    return isInside ? static_cast<std::size_t>(path - begin) : paths.size();
+}
+
 } // namespace
 
-// Calls takeEntry(path text, search record) for each entry.
+// Calls visit(canonical text, search record) for each entry. From the first call on this path itself is not used, as
+// it may move.
 template <class T>
-template <class TakeEntry>
-void PathT<T>::ForEachEntry(const bool& stop, const String& filter, std::uint32_t findFlags, TakeEntry takeEntry) const
+template <class Visit>
+void PathT<T>::ForEachEntry(const bool& stop, const String& filter, std::uint32_t findFlags, Visit visit) const
 {
     using Calls = PathCalls<T>;
     if (!IsDirectory())
         return;
-    String text = Directory();
-    const std::size_t directoryLength = text.size();
+    const String own = m_fullPath;
+    const String directory = Directory();
     typename Calls::FindData found;
-    const Kiv::FindHandle search(Calls::FindFirstFileWrp((text + filter).c_str(), &found, findFlags));
+    const Kiv::FindHandle search(Calls::FindFirstFileWrp((directory + filter).c_str(), &found, findFlags));
     if (!search.IsValid())
         return;
+    EntryText<T> text(directory);
     do {
-        if (IsDots(found.name))
-            continue;
-        text.resize(directoryLength);
-        text.append(found.name.data(), found.name.size());
-        takeEntry(text, found);
+        if (!IsDots(found.name))
+            visit(text.Of({found.name.data(), found.name.size()}), found);
     } while (!stop && Calls::FindNextFileWrp(search.Get(), &found));
     if (!stop && KivSys::GetLastError() != KivSys::ErrorNoMoreFiles)
-        PathTThrow::ThrowError(PathTThrow::CannotListAllFiles, m_fullPath, PATH_EMPTY_STRING);
+        PathTThrow::ThrowError(PathTThrow::CannotListAllFiles, own, PATH_EMPTY_STRING);
 }
 
-// Remembers all that a search record says but its date. The high half of the size is left out.
+// Makes this new path that of an entry: its text is canonical, and all that the search record says is remembered but
+// its date. The high half of the size is left out.
 template <class T>
 template <class Record>
-void PathT<T>::TakeInfo(const Record& record)
+void PathT<T>::TakeEntry(const String& text, const Record& record)
 {
+    m_fullPath = text;
     m_attributes = static_cast<std::int32_t>(record.attributes);
     m_size = record.sizeLow;
 }
@@ -75,12 +122,16 @@ void PathT<T>::GetFileListInterruptable(std::vector<PathT>& out, const bool& sto
 template <class T>
 void PathT<T>::List(std::vector<PathT>& out, const bool& stop, const String& filter, std::uint32_t findFlags) const
 {
-    // The date of narrow entries is remembered by their directory, where callers look for it.
+    // The date of narrow entries is remembered by their directory, where callers look for it. It may be an element of
+    // out itself, which moves as out grows.
     constexpr bool entryHasDate = std::same_as<T, unsigned short>;
+    const std::size_t size = out.size();
+    const std::size_t index = IndexIn(out, this);
     ForEachEntry(stop, filter, findFlags, [&](const String& text, const auto& record) {
-        PathT& entry = out.emplace_back(text);
-        entry.TakeInfo(record);
-        (entryHasDate ? entry : *this).m_lastModificationDate = DateOf(record.lastWriteTime);
+        PathT& entry = out.emplace_back();
+        entry.TakeEntry(text, record);
+        const PathT& dated = entryHasDate ? entry : index < size ? out[index] : *this;
+        dated.m_lastModificationDate = DateOf(record.lastWriteTime);
     });
 }
 
@@ -89,8 +140,8 @@ void PathT<T>::GetFileListSP(std::vector<Kiv::SmartPtr<PathT>>& out, const Strin
 {
     const bool stop = false;
     ForEachEntry(stop, filter, KivSys::FindBasicInfo, [&](const String& text, const auto& record) {
-        PathT& entry = *out.emplace_back(Kiv::MakeShared<PathT>(text));
-        entry.TakeInfo(record);
+        PathT& entry = *out.emplace_back(Kiv::MakeShared<PathT>());
+        entry.TakeEntry(text, record);
         entry.m_lastModificationDate = DateOf(record.lastWriteTime);
     });
 }
@@ -116,12 +167,16 @@ void PathT<T>::RecursiveDelete(bool force)
     levels.emplace_back(*this);
     while (!levels.empty()) {
         Level& level = levels.back();
-        if (level.next < level.entries.size()) {
-            levels.emplace_back(level.entries[level.next++]);
-        } else {
+        if (level.next == level.entries.size()) {
             level.path->Delete(force);
             levels.pop_back();
+            continue;
         }
+        PathT& entry = level.entries[level.next++];
+        if (entry.IsDirectory())
+            levels.emplace_back(entry);
+        else
+            entry.DeleteOne(force, true);
     }
 }
 

@@ -210,6 +210,15 @@ bool IsPlain(View<T> text)
     return found == 0;
 }
 
+// Whether a name behind the text of a directory, which ends in a separator, is as canonical as any other one is there:
+// it cannot be a component of dots nor become part of a drive. Most names of entries are so.
+template <class T>
+bool IsPlainName(View<T> name)
+{
+    const auto isOther = [](T unit) { return unit == SEPARATOR || unit == SLASH || unit == DRIVE_SEPARATOR; };
+    return !name.empty() && name.back() != DOT && std::none_of(name.begin(), name.end(), isOther);
+}
+
 // Makes a text canonical, as PathT describes it.
 template <class String>
 void Normalize(String& text)

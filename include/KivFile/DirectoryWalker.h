@@ -65,7 +65,7 @@ private:
 
     [[nodiscard]] std::vector<PathT<char>> HandleDirectory(const PathT<char>& directory, const std::string& filter,
                                                            bool recursive, const ResumePoint& resume,
-                                                           std::vector<PathT<char>>& entries);
+                                                           std::vector<PathT<char>>& entries, bool isGiven);
     void HandleFile(const PathT<char>& file, const ResumePoint& resume);
 
     std::vector<Kiv::SmartPtr<Handler>> m_handlers;

@@ -245,11 +245,12 @@ private:
     void CompleteAttributes() const;
 
     void CreateMissingAncestors() const;
-    template <class TakeEntry>
-    void ForEachEntry(const bool& stop, const String& filter, std::uint32_t findFlags, TakeEntry takeEntry) const;
+    void DeleteOne(bool force, bool isFresh);
+    template <class Visit>
+    void ForEachEntry(const bool& stop, const String& filter, std::uint32_t findFlags, Visit visit) const;
     void List(std::vector<PathT>& out, const bool& stop, const String& filter, std::uint32_t findFlags) const;
     template <class Record>
-    void TakeInfo(const Record& record);
+    void TakeEntry(const String& text, const Record& record);
 
     [[nodiscard]] static String ComputerName();
     [[nodiscard]] std::uint32_t AskUniversalName(String& name) const;

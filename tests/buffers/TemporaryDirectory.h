@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 
+#include <KivBase/BinaryStreamBuf.h>
 #include <KivBase/WString.h>
 
 // A fresh directory for the files of one test.
@@ -46,9 +47,31 @@ private:
         std::filesystem::temp_directory_path() / ("kiv-buffers-" + std::to_string(std::random_device()()));
 };
 
+// The whole content of a buffer, whose get position is then at its end.
+inline std::string ContentOf(Kiv::BinaryStreamBufT<unsigned int>& buffer)
+{
+    std::string content;
+    buffer.SeekG(0);
+    buffer.Copy(content, buffer.Size());
+    return content;
+}
+
 inline std::string BytesOf(const Kiv::WString& units)
 {
     return {reinterpret_cast<const char*>(units.data()), 2 * units.size()};
+}
+
+// How the text begins with which an operation fails, up to the file's name; empty when it throws another class or none.
+template <class Exception, class Operation>
+std::string FailureOf(Operation operation)
+{
+    try {
+        operation();
+    } catch (const Exception& failure) {
+        const std::string text = Kiv::Utf8(failure.What());
+        return text.find("kiv-buffers-") == text.npos ? text : text.substr(0, text.find(" file "));
+    }
+    return "";
 }
 
 // The words with which an operation is refused; empty when it is not.

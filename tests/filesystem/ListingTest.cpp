@@ -1,6 +1,8 @@
 // Lists of directories and deleted trees.
 #include <algorithm>
 
+#include <src/PathText.h>
+
 #include "FileSystem.h"
 
 namespace
@@ -73,6 +75,52 @@ TYPED_TEST(PathList, EntriesRememberWhatTheSearchFound)
     EXPECT_EQ(plain[0].GetLastModificationDate(), isNarrow ? Kiv::DateTime() : date);
     if (isNarrow) {
         EXPECT_EQ(directory.GetLastModificationDate(), date);
+    }
+}
+
+TYPED_TEST(PathList, MayGrowTheVectorThatHoldsTheDirectoryItself)
+{
+    using TypedPath = KivFile::PathT<TypeParam>;
+    std::vector<TypedPath> all;
+    all.push_back(this->Directory("d"));
+    const auto date = this->File("d\\1").GetLastModificationDate();
+    this->File("d\\2");
+    all.shrink_to_fit();
+    all[0].GetFileList(all, TypedPath::PATH_DEFAULT_FILTER);
+    EXPECT_EQ(TestFixture::Names(all), (std::vector<std::string>{"1", "2", "d"}));
+    EXPECT_GE(all[0].GetLastModificationDate(), date);
+}
+
+// Calls visit with every text of up to longest characters.
+template <class Visit>
+void ForAllTexts(std::string_view alphabet, std::size_t longest, Visit visit, const std::string& begin = "")
+{
+    visit(begin);
+    for (std::size_t i = 0; longest > 0 && i < alphabet.size(); ++i)
+        ForAllTexts(alphabet, longest - 1, visit, begin + alphabet[i]);
+}
+
+TEST(PlainNames, StayCanonicalBehindEveryCanonicalDirectory)
+{
+    std::vector<std::string> directories, names;
+    const auto isCanonical = [](std::string text) {
+        const std::string before = text;
+        KivFile::PathText::Normalize(text);
+        return text == before;
+    };
+    for (const char* begin : {"", "file:", "\\\\", " c:"})
+        ForAllTexts("a.\\: /", 4, [&](const std::string& text) {
+            if (isCanonical(begin + text + "\\x"))
+                directories.push_back(begin + text + '\\');
+        });
+    ForAllTexts("a.\\: /", 3, [&](const std::string& name) {
+        if (KivFile::PathText::IsPlainName<char>(name))
+            names.push_back(name);
+    });
+    ASSERT_TRUE(directories.size() > 100 && names.size() > 20);
+    for (const std::string& directory : directories) {
+        for (const std::string& name : names)
+            ASSERT_TRUE(isCanonical(directory + name)) << directory << name;
     }
 }
 

@@ -132,11 +132,16 @@ TEST_F(Walker, SubDirectoriesThatAHandlerRemovesArePassedOver)
             Directory("t\\made");
             File("t\\made\\6.doc");
         }
+        if (file.FileName() == "5.txt") {
+            Directory("t\\twig.txt\\late");
+            File("t\\twig.txt\\late\\7.txt");
+        }
         return true;
     };
     const Names names = WalkWith({replaceSub});
     EXPECT_EQ(std::count(names.begin(), names.end(), "3.txt"), 0);
     EXPECT_EQ(std::count(names.begin(), names.end(), "5.txt"), 1);
+    EXPECT_EQ(std::count(names.begin(), names.end(), "7.txt"), 1);
     At("t\\made").RecursiveDelete(false);
 
     DirectoryWalker walker;

@@ -154,42 +154,30 @@ TYPED_TEST(Normalisation, FollowsTheRulesForAllShortTexts)
     }
 }
 
+// What the texts above cannot hold, and one of each kind that they do: the plain rules might be wrong, too.
 TYPED_TEST(Normalisation, GivesTheCanonicalText)
 {
-    const std::pair<const char*, const char*> rows[] = {{"", "."},
-
-                                                        {"   ", "   "},
-                                                        {"c:/a/./b//c/", "c:\\a\\b\\c"},
-                                                        {"a\\..\\..\\b", "..\\b"},
-
-                                                        {"  C:\\x", "C:\\x"},
-                                                        {"  x", "  x"},
-
-                                                        {"FILE:///d:/t.txt", "d:\\t.txt"},
-                                                        {" file://srv/sh", "\\\\srv\\sh"},
-                                                        {"file:/x", "file:\\x"},
-                                                        {"//srv/sh/", "\\\\srv\\sh"},
-
-                                                        {"\\\\srv\\", "\\\\srv"},
-                                                        {"\\\\srv\\\\sh\\..\\..\\x", "\\\\srv\\x"},
-
-                                                        {"C:\\..\\..", "C:\\"},
-                                                        {"\\..\\x", "\\x"},
-                                                        {"\\..\\:a\\..", "\\"},
-
-                                                        {"C:\\\\x", "C:\\\\x"},
-                                                        {"C:\\x\\\\\\y", "C:\\x\\y"},
-                                                        {"\\\\srv\\\\sh", "\\\\srv\\\\sh"},
-
-                                                        {"a\\b\\..\\..\\..\\c", "..\\c"},
-                                                        {"a\\b\\.", "a\\b"},
-                                                        {"a\\.\\.\\b", "a\\b"},
-
-                                                        {"a.\\b.\\c", "a\\b\\c"},
-                                                        {"a\\...\\b", "a\\b"},
-                                                        {"...\\b", "...\\b"},
-                                                        {"x.\\y", "x\\y"},
-                                                        {"y\\x.", "y\\x."}};
+    const std::pair<const char*, const char*> rows[] = {
+        {"", "."},
+        {"   ", "   "},
+        {"  x", "  x"},
+        {"  C:\\x", "C:\\x"},
+        {"FILE:///d:/t.txt", "d:\\t.txt"},
+        {" file://srv/sh", "\\\\srv\\sh"},
+        {"file:/x", "file:\\x"},
+        {"//srv/sh/", "\\\\srv\\sh"},
+        {"\\\\srv\\", "\\\\srv"},
+        {"\\\\srv\\\\sh\\..\\..\\x", "\\\\srv\\x"},
+        {"c:/a/./b//c/", "c:\\a\\b\\c"},
+        {"C:\\\\x\\\\\\y", "C:\\\\x\\y"},
+        {"C:\\..\\..", "C:\\"},
+        {"\\..\\x", "\\x"},
+        {"a\\b\\..\\..\\..\\c", "..\\c"},
+        {"a.\\b.\\c", "a\\b\\c"},
+        {"a\\...\\b", "a\\b"},
+        {"...\\b", "...\\b"},
+        {"y\\x.", "y\\x."},
+    };
     for (const auto& [text, path] : rows)
         EXPECT_EQ(this->Ascii(this->Of(text).FullPath()), path) << text;
     EXPECT_EQ(this->Ascii(*typename TestFixture::Path()), ".");

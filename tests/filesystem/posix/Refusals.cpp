@@ -1,10 +1,17 @@
-// Failures that a test can bring about here only: missing rights, full disks and entries that vanish.
-#include <csignal>
+// Failures that a test can bring about here only: missing rights, full and write-protected disks, entries that vanish
+// and calls that fail.
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 
-#include <sys/resource.h>
-#include <sys/stat.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/syscall.h>
+#include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,88 +22,260 @@
 namespace
 {
 
+namespace fs = std::filesystem;
 using KivFile::FileCannotCopyException;
+using KivFile::FileCannotCreateException;
 using KivFile::FileCannotDeleteException;
+using KivFile::FileCannotMoveException;
+using KivFile::FileCannotSetAttributes;
 using Path = KivFile::PathT<char>;
 
-// Runs the test's body in a child without the rights of the superuser; whether it saw no failure.
-template <class Body>
-bool PassesAsNobody(Body body)
+// Called ahead of the system call of the same name, which fails with the error that it returns. The library's own calls
+// find the functions of the test program first.
+std::function<int()> g_beforeGetDents, g_beforeUnlink, g_beforeGetHostName;
+
+int Before(const std::function<int()>& hook)
 {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        constexpr uid_t nobody = 65534;
-        if (::setegid(nobody) == 0 && ::seteuid(nobody) == 0)
-            body();
-        ::_exit(testing::Test::HasFailure() ? 1 : 0);
+    errno = hook ? hook() : 0;
+    return errno == 0 ? 0 : -1;
+}
+
+} // namespace
+
+extern "C" [[gnu::visibility("default")]] ssize_t getdents64(int directory, void* buffer, std::size_t size) noexcept
+{
+    return Before(g_beforeGetDents) != 0 ? -1 : ::syscall(SYS_getdents64, directory, buffer, size);
+}
+
+extern "C" [[gnu::visibility("default")]] int unlink(const char* path) noexcept
+{
+    return Before(g_beforeUnlink) != 0 ? -1 : static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
+
+extern "C" [[gnu::visibility("default")]] int gethostname(char* name, std::size_t size) noexcept
+{
+    utsname system;
+    ::uname(&system);
+    std::snprintf(name, size, "%s", system.nodename);
+    return Before(g_beforeGetHostName);
+}
+
+namespace
+{
+
+template <class T>
+class BrokenCalls : public FileSystem<T>
+{
+protected:
+    ~BrokenCalls() override { g_beforeGetDents = g_beforeUnlink = g_beforeGetHostName = nullptr; }
+
+    // From the second call on, which is asked for the end of the list.
+    static void BreakListsOff()
+    {
+        g_beforeGetDents = [calls = 0]() mutable { return ++calls > 1 ? EIO : 0; };
     }
-    int status = 1;
-    return ::waitpid(child, &status, 0) == child && status == 0;
+};
+TYPED_TEST_SUITE(BrokenCalls, BothWidths);
+
+TYPED_TEST(BrokenCalls, AListThatBreaksOffKeepsWhatItFoundAndNamesTheDirectory)
+{
+    using TypedPath = KivFile::PathT<TypeParam>;
+    const auto directory = this->Directory("d");
+    for (const char* name : {"d\\1", "d\\2", "d\\3"})
+        this->File(name);
+    const Cause expected{{this->In("d")}, KivSys::ErrorIoDevice};
+    std::vector<TypedPath> entries;
+    std::vector<Kiv::SmartPtr<TypedPath>> shared;
+    using KivFile::CannotListAllFilesException;
+    this->BreakListsOff();
+    EXPECT_EQ(
+        CauseOf<CannotListAllFilesException>([&] { directory.GetFileList(entries, TypedPath::PATH_DEFAULT_FILTER); }),
+        expected);
+    this->BreakListsOff();
+    EXPECT_EQ(
+        CauseOf<CannotListAllFilesException>([&] { directory.GetFileListSP(shared, TypedPath::PATH_DEFAULT_FILTER); }),
+        expected);
+    EXPECT_TRUE(entries.size() == 3 && shared.size() == 3);
+    this->BreakListsOff();
+    EXPECT_EQ(CauseOf<CannotListAllFilesException>([&] { this->At("d").RecursiveDelete(true); }), expected);
+    this->BreakListsOff();
+    KivFile::DirectoryWalker walker;
+    EXPECT_EQ(CauseOf<CannotListAllFilesException>(
+                  [&] { walker.Walk(KivFile::PathT<char>(this->In("d")), "*.*", true, ""); }),
+              expected);
+    this->BreakListsOff();
+    entries.clear();
+    const bool stop = true;
+    directory.GetFileListInterruptable(entries, stop, TypedPath::PATH_DEFAULT_FILTER);
+    g_beforeGetDents = [] { return EIO; };
+    directory.GetFileList(entries, TypedPath::PATH_DEFAULT_FILTER);
+    EXPECT_LE(entries.size(), 1u) << "a list that is stopped or cannot start is no failure";
+}
+
+TYPED_TEST(BrokenCalls, AnEntryThatVanishesAfterItWasListedCannotBeDeleted)
+{
+    this->Directory("d");
+    for (const char* name : {"d\\1", "d\\2"})
+        this->File(name);
+    g_beforeUnlink = [this] {
+        g_beforeUnlink = nullptr;
+        for (const char* name : {"/d/1", "/d/2"})
+            ::syscall(SYS_unlinkat, AT_FDCWD, (this->m_folder.Path() + name).c_str(), 0);
+        return 0;
+    };
+    const Cause cause = CauseOf<FileCannotDeleteException>([&] { this->At("d").RecursiveDelete(false); });
+    EXPECT_EQ(cause.error, KivSys::DWORD{KivSys::ErrorFileNotFound});
+    EXPECT_TRUE(cause.parameters[0] == this->In("d\\1") || cause.parameters[0] == this->In("d\\2"));
+    this->At("d").RecursiveDelete(false);
+    EXPECT_FALSE(this->At("d").Exists());
+}
+
+TYPED_TEST(BrokenCalls, AComputerWithoutANameHasNoServer)
+{
+    g_beforeGetHostName = [] { return ENAMETOOLONG; };
+    EXPECT_EQ(CauseOf<KivFile::CannotRetrieveServerException>([&] { return this->At("x").GetServer(); }),
+              (Cause{{this->In("x")}, KivSys::ErrorFilenameExcedRange}));
 }
 
 class Refusals : public FileSystem<char>
 {
+protected:
+    // Runs the test's body in a child that has been prepared, so that nothing is left behind; skips the test where the
+    // machine does not let it be.
+    template <class Prepare, class Body>
+    static void InChild(Prepare prepare, Body body)
+    {
+        constexpr int refused = 2;
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const bool isPrepared = prepare();
+            if (isPrepared)
+                body();
+            std::fflush(nullptr);
+            ::_exit(!isPrepared ? refused : HasFailure() ? 1 : 0);
+        }
+        int status = -1;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == refused)
+            GTEST_SKIP() << "only the superuser may do this, and not on every machine";
+        EXPECT_EQ(status, 0);
+    }
+
+    static bool BecomeNobody()
+    {
+        constexpr uid_t nobody = 65534;
+        return ::setegid(nobody) == 0 && ::seteuid(nobody) == 0;
+    }
+
+    // Mounts that no other process sees.
+    bool Mount(const std::string& name, const char* type, unsigned long flags, const char* data) const
+    {
+        const std::string point = m_folder.Path() + '/' + name;
+        const auto mount = [&](const char* from, unsigned long how) {
+            return ::mount(from, point.c_str(), type, how, data) == 0;
+        };
+        return ::unshare(CLONE_NEWNS) == 0 && ::mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+               mount(point.c_str(), flags) && ((flags & MS_BIND) == 0 || mount("", MS_BIND | MS_REMOUNT | MS_RDONLY));
+    }
 };
 
 TEST_F(Refusals, ADirectoryWithoutRightsListsNothingAndKeepsItsFiles)
 {
-    if (::geteuid() != 0)
-        GTEST_SKIP() << "only the superuser can become somebody else";
     Directory("open\\closed");
     File("open\\closed\\file");
     const std::string closed = In("open\\closed");
-    std::filesystem::permissions(m_folder.Path() + "/open/closed", std::filesystem::perms::owner_all);
-    EXPECT_TRUE(PassesAsNobody([&] {
+    fs::permissions(m_folder.Path() + "/open/closed", fs::perms::owner_all);
+    InChild(BecomeNobody, [&] {
         std::vector<Path> entries;
         Path(closed).GetFileList(entries, "*.*");
         EXPECT_TRUE(entries.empty());
         KivFile::DirectoryWalker().Walk(Path(In("open")), "*.*", true, "");
         const Cause denied{{closed}, KivSys::ErrorAccessDenied};
         EXPECT_EQ(CauseOf<FileCannotDeleteException>([&] { Path(In("open")).RecursiveDelete(false); }), denied);
-        EXPECT_EQ(CauseOf<KivFile::FileCannotSetAttributes>(
-                      [&] { Path(closed).SetAttribute(Path::ATTRIBUTE_READ_ONLY, true); }),
+        EXPECT_EQ(CauseOf<FileCannotSetAttributes>([&] { Path(closed).SetAttribute(Path::ATTRIBUTE_READ_ONLY, true); }),
                   denied);
-        EXPECT_EQ(CauseOf<KivFile::FileCannotCreateException>([&] { At("new\\x").CreateFileW(); }),
+        EXPECT_EQ(CauseOf<FileCannotCreateException>([&] { At("new\\x").CreateFileW(); }),
                   (Cause{{In("new")}, KivSys::ErrorAccessDenied}));
-    }));
+    });
     EXPECT_TRUE(At("open\\closed\\file").Exists());
+}
+
+TEST_F(Refusals, AWriteProtectedDiskChangesNothing)
+{
+    Directory("disk\\sub");
+    File("disk\\file");
+    const auto prepare = [this] { return Mount("disk", nullptr, MS_BIND, nullptr); };
+    InChild(prepare, [this] {
+        const auto because = [this](std::vector<std::string> names) {
+            for (std::string& name : names)
+                name = In(name);
+            return Cause{names, KivSys::ErrorWriteProtect};
+        };
+        const std::string target = In("disk\\new");
+        EXPECT_EQ(CauseOf<FileCannotDeleteException>([&] { At("disk\\file").Delete(false); }), because({"disk\\file"}));
+        EXPECT_EQ(CauseOf<FileCannotDeleteException>([&] { At("disk\\sub").Delete(true); }), because({"disk\\sub"}));
+        EXPECT_EQ(CauseOf<FileCannotCreateException>([&] { At("disk\\new").CreateFileW(); }), because({"disk\\new"}));
+        EXPECT_EQ(CauseOf<FileCannotCreateException>([&] { At("disk\\new").CreateDir(); }), because({"disk\\new"}));
+        for (const auto attribute : {Path::ATTRIBUTE_READ_ONLY, Path::ATTRIBUTE_HIDDEN})
+            EXPECT_EQ(CauseOf<FileCannotSetAttributes>([&] { At("disk\\file").SetAttribute(attribute, true); }),
+                      because({"disk\\file"}));
+        EXPECT_EQ(CauseOf<FileCannotMoveException>([&] { At("disk\\file").Rename(target); }),
+                  because({"disk\\file", "disk\\new"}));
+        EXPECT_EQ(CauseOf<FileCannotMoveException>([&] { At("disk\\file").Move(target); }),
+                  because({"disk\\file", "disk\\new"}));
+        EXPECT_EQ(CauseOf<FileCannotCopyException>([&] { At("disk\\file").Copy(target, true); }),
+                  because({"disk\\file", "disk\\new"}));
+        At("disk\\file").Copy(In("copy"), false);
+    });
+    EXPECT_TRUE(At("disk\\file").IsWritable() && At("disk\\sub").IsDirectory() && !At("disk\\new").Exists());
 }
 
 TEST_F(Refusals, AFullDiskEndsACopyWithoutAPartialTarget)
 {
-    File("from", std::string(100'000, 'x'));
-    rlimit old{};
-    ::getrlimit(RLIMIT_FSIZE, &old);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit low{4096, old.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &low);
-    const Cause cause = CauseOf<FileCannotCopyException>([&] { At("from").Copy(In("to"), true); });
-    ::setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(cause.parameters, (std::vector<std::string>{In("from"), In("to")}));
-    EXPECT_NE(cause.error, 0u);
-    EXPECT_FALSE(At("to").Exists());
+    Directory("disk");
+    File("from", std::string(1'000'000, 'x'));
+    const auto prepare = [this] { return Mount("disk", "tmpfs", 0, "size=64k"); };
+    InChild(prepare, [this] {
+        File("disk\\old", "old");
+        for (const char* name : {"disk\\old", "disk\\new"})
+            EXPECT_EQ(CauseOf<FileCannotCopyException>([&] { At("from").Copy(In(name), true); }),
+                      (Cause{{In("from"), In(name)}, KivSys::ErrorDiskFull}));
+        std::vector<Path> entries;
+        At("disk").GetFileList(entries, "*.*");
+        EXPECT_EQ(entries, std::vector<Path>{At("disk\\old")});
+        EXPECT_EQ(ReadText(In("disk\\old")), "old");
+        // The system's own mount table is read here.
+        std::string name = "unchanged";
+        EXPECT_TRUE(At("disk").IsLocal() && At("disk\\old").GetFullPathAsUNC(name));
+        EXPECT_EQ(name, "unchanged");
+    });
 }
 
-TEST_F(Refusals, AnEntryThatVanishesAfterItWasListedCannotBeDeleted)
+TEST_F(Refusals, AFileThatMayNotChangeIsNotDeleted)
 {
-    File("file");
-    std::vector<Path> entries;
-    At(".").GetFileList(entries, "*.*");
-    ASSERT_EQ(entries.size(), 1u);
-    std::filesystem::remove(m_folder.Path() + "/file");
-    EXPECT_EQ(CauseOf<FileCannotDeleteException>([&] { entries[0].Delete(false); }),
-              (Cause{{In("file")}, KivSys::ErrorFileNotFound}));
-    entries[0].Delete(false);
+    Directory("d");
+    File("d\\file");
+    const int file = ::open((m_folder.Path() + "/d/file").c_str(), O_RDONLY);
+    const auto setFlags = [file](int flags) { return ::ioctl(file, FS_IOC_SETFLAGS, &flags) == 0; };
+    if (!setFlags(FS_IMMUTABLE_FL)) {
+        ::close(file);
+        GTEST_SKIP() << "no such flag, or not for this user";
+    }
+    const Cause denied{{In("d\\file")}, KivSys::ErrorAccessDenied};
+    EXPECT_EQ(CauseOf<FileCannotDeleteException>([&] { At("d").RecursiveDelete(false); }), denied);
+    EXPECT_EQ(CauseOf<FileCannotSetAttributes>([&] { At("d\\file").SetAttribute(Path::ATTRIBUTE_READ_ONLY, true); }),
+              denied);
+    EXPECT_TRUE(setFlags(0));
+    ::close(file);
+    EXPECT_TRUE(At("d\\file").IsWritable());
 }
 
 TEST_F(Refusals, ANameThatIsTooLongIsRefused)
 {
     const std::string name(300, 'n');
-    EXPECT_EQ(CauseOf<KivFile::FileCannotCreateException>([&] { At(name).CreateFileW(); }),
-              (Cause{{In(name)}, KivSys::ErrorFilenameExcedRange}));
-    EXPECT_EQ(CauseOf<KivFile::FileCannotCreateException>([&] { At(name).CreateDir(); }),
-              (Cause{{In(name)}, KivSys::ErrorFilenameExcedRange}));
+    const Cause tooLong{{In(name)}, KivSys::ErrorFilenameExcedRange};
+    EXPECT_EQ(CauseOf<FileCannotCreateException>([&] { At(name).CreateFileW(); }), tooLong);
+    EXPECT_EQ(CauseOf<FileCannotCreateException>([&] { At(name).CreateDir(); }), tooLong);
     EXPECT_FALSE(At(name).Exists());
 }
 
