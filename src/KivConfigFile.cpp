@@ -4,9 +4,7 @@
 #include <functional>
 #include <map>
 #include <set>
-#include <span>
 #include <string_view>
-#include <vector>
 
 #include <KivCharset/Conv.h>
 #include <KivFile/Path.h>
@@ -41,16 +39,31 @@ void Split(WStringView text, IsSeparator isSeparator, Use use)
     }
 }
 
-// The lines that are not empty.
-std::vector<ConfigLine> ReadLines(WStringView text)
+// Stands at one line after the other of those that are not empty. What a line is takes many times the memory of a short
+// one, so lines are read again rather than kept; a copy reads on by itself.
+class LineReader
 {
-    std::vector<ConfigLine> lines;
-    Split(text, IsLineEnd, [&](WStringView line) {
-        if (!line.empty())
-            lines.push_back(ReadConfigLine(line));
-    });
-    return lines;
-}
+public:
+    explicit LineReader(WStringView text) : m_rest(text) { Next(); }
+
+    [[nodiscard]] bool IsAtEnd() const { return m_isAtEnd; }
+    [[nodiscard]] bool IsInSection() const { return !m_isAtEnd && m_line.kind != Kind::Section; }
+    [[nodiscard]] const ConfigLine& Line() const { return m_line; }
+
+    void Next()
+    {
+        const auto first = std::find_if_not(m_rest.begin(), m_rest.end(), IsLineEnd);
+        const auto last = std::find_if(first, m_rest.end(), IsLineEnd);
+        m_isAtEnd = first == last;
+        m_line = ReadConfigLine(WStringView(first, last));
+        m_rest = WStringView(last, m_rest.end());
+    }
+
+private:
+    WStringView m_rest;
+    ConfigLine m_line;
+    bool m_isAtEnd = false;
+};
 
 // Where a name is in a map, or would be. Most files are in order, and then the end is looked at alone.
 template <class Map>
@@ -89,15 +102,15 @@ void Parse(WStringView text, Table& data)
 {
     data.clear();
     Section::Keys* current = nullptr;
-    Split(text, IsLineEnd, [&](WStringView piece) {
-        const ConfigLine line = ReadConfigLine(piece);
+    for (LineReader lines(text); !lines.IsAtEnd(); lines.Next()) {
+        const ConfigLine& line = lines.Line();
         if (line.kind == Kind::Section)
             current = &AddSection(data, line.name);
         else if (line.kind == Kind::Key && current)
             AddValue(*current, line);
         else if (line.kind != Kind::Comment)
             ThrowInvalidConfig();
-    });
+    }
 }
 
 // ---- Writing ------------------------------------------------------------------------------------------------
@@ -124,26 +137,23 @@ public:
     WString Rewrite(WStringView old)
     {
         m_out.reserve(old.size() + old.size() / 8);
-        const std::vector<ConfigLine> lines = ReadLines(old);
-        const auto isHeader = [](const ConfigLine& line) { return line.kind == Kind::Section; };
-        auto first = std::ranges::find_if(lines, isHeader);
-        RewriteKeys({lines.begin(), first}, {});
-        while (first != lines.end()) {
-            const auto last = std::find_if(first + 1, lines.end(), isHeader);
-            RewriteSection(*first, {first + 1, last});
-            first = last;
-        }
+        LineReader lines(old);
+        RewriteKeys(lines, {});
+        while (!lines.IsAtEnd())
+            RewriteSection(lines);
         AddNewSections();
         return std::move(m_out);
     }
 
 private:
-    using Lines = std::span<const ConfigLine>;
     // What has to be written in a section, less what has been.
     using Settings = std::map<WStringView, WStringView, Kiv::WNoCase>;
 
-    void RewriteSection(const ConfigLine& header, Lines lines)
+    // From its header to the next one.
+    void RewriteSection(LineReader& lines)
     {
+        const ConfigLine header = lines.Line();
+        lines.Next();
         const bool isRepeated = !m_seen.insert(header.name).second;
         if (m_keep == Keep::Everything && isRepeated)
             ThrowInvalidConfig();
@@ -178,10 +188,11 @@ private:
     }
 
     // The values that the old lines give.
-    void Gather(Lines lines, Settings& settings)
+    void Gather(LineReader lines, Settings& settings)
     {
         m_joined.clear(); // the section before this one has been written
-        for (const ConfigLine& line : lines) {
+        for (; lines.IsInSection(); lines.Next()) {
+            const ConfigLine& line = lines.Line();
             if (line.kind != Kind::Key)
                 continue;
             const auto place = LowerBound(settings, line.name);
@@ -201,10 +212,13 @@ private:
         return joined->second.append(1, '\n').append(line);
     }
 
+    // Both are in order, so that one walk finds the places of all keys.
     static void Overlay(const Section& section, Settings& settings)
     {
+        auto place = settings.begin();
         for (const auto& [key, entry] : section) {
-            const auto place = LowerBound(settings, key);
+            while (place != settings.end() && settings.key_comp()(place->first, key))
+                ++place;
             if (IsAt(settings, place, key))
                 place->second = entry.value;
             else
@@ -223,10 +237,11 @@ private:
         }
     }
 
-    // Writes the lines of a section with the values they have now, and behind them the values that have no line.
-    void RewriteKeys(Lines lines, Settings settings)
+    // Writes the lines up to the next header with the values they have now, and behind them the values without a line.
+    void RewriteKeys(LineReader& lines, Settings settings)
     {
-        for (const ConfigLine& line : lines) {
+        for (; lines.IsInSection(); lines.Next()) {
+            const ConfigLine& line = lines.Line();
             if (line.kind == Kind::Comment)
                 PutLine(line.text);
             else if (line.kind == Kind::Key)

@@ -1,6 +1,7 @@
 #include <KivFile/PersistentStringSet.h>
 
 #include <algorithm>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -15,6 +16,7 @@ namespace
 using File = CFileT<unsigned int>;
 
 constexpr unsigned int STAGING = 32768;
+constexpr std::size_t LONGEST_FILE = std::numeric_limits<unsigned int>::max();
 constexpr std::string_view LINE_END = "\r\n";
 
 // The pieces between line ends that are not empty.
@@ -67,10 +69,11 @@ void PersistentStringSet::Load(const std::string& fileName)
     std::vector<std::string_view> pieces = Cut(text);
     if (!std::ranges::is_sorted(pieces))
         std::ranges::sort(pieces);
-    m_set.clear();
+    std::set<std::string> strings;
     // In order each string goes to the end.
     for (const std::string_view piece : pieces)
-        m_set.emplace_hint(m_set.end(), piece);
+        strings.emplace_hint(strings.end(), piece);
+    m_set.swap(strings);
 }
 
 void PersistentStringSet::Save(const std::string& fileName) const
@@ -84,7 +87,9 @@ void PersistentStringSet::Save(const std::string& fileName) const
     OCFileBufferT<unsigned int> buffer(&file, STAGING);
     unsigned int count = 0;
     for (const std::string& string : m_set) {
-        count += buffer.Write(string.data(), static_cast<unsigned int>(string.size()));
+        // One that is longer than a file can be fails all the same: its line end finds no room.
+        const auto length = static_cast<unsigned int>(std::min(string.size(), LONGEST_FILE));
+        count += buffer.Write(string.data(), length);
         count += buffer.Write(LINE_END.data(), static_cast<unsigned int>(LINE_END.size()));
     }
     // Writes out what is staged; Flush would wait for the medium.

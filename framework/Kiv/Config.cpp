@@ -38,12 +38,13 @@ bool Erase(Map& map, WStringView name)
 
 } // namespace
 
-// An owner that is not the only one cannot become it by itself: copies are made on one thread.
+// A section that finds itself the only owner has seen all that the others did before they let go, since the count is
+// read in the order in which it is changed; and it stays the only one, for there is no other section to copy.
 Config::Section::Keys& Config::Section::Edit()
 {
-    if (m_keys.use_count() > 1)
-        m_keys = std::make_shared<Keys>(*m_keys);
-    return *m_keys;
+    if (m_shared->NbRef() > 1)
+        m_shared = MakeShared<Shared>(*m_shared);
+    return m_shared->keys;
 }
 
 Config::Config() = default;
@@ -57,15 +58,17 @@ const WString* Config::Get(WStringView section, WStringView key) const
     return value ? value : Find(m_defaults, section, key);
 }
 
-void Config::Set(const WString& section, const WString& key, const WString& value)
+// Key and value are copies, because those given may lie in keys that only other configurations hold from here on.
+void Config::Set(const WString& section, WString key, WString value)
 {
-    m_data[section].Edit()[key].value = value;
+    m_data[section].Edit()[std::move(key)].value = std::move(value);
 }
 
 bool Config::Remove(WStringView section, WStringView key)
 {
+    const WString name(key); // a copy for the same reason
     const auto keys = m_data.find(section);
-    return keys != m_data.end() && Erase(keys->second.Edit(), key);
+    return keys != m_data.end() && Erase(keys->second.Edit(), name);
 }
 
 bool Config::RemoveSection(WStringView section)

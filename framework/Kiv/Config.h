@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <map>
-#include <memory>
 #include <string>
 
 #include <KivBase/Exception.h>
@@ -19,7 +18,8 @@ namespace Kiv
 // without regard to letter case and keep the spelling they were first given.
 //
 // Besides the data it holds defaults, which answer for keys that the data lacks, and a stored copy: the data as last
-// read from or written to the source. Copies are independent. One thread at a time.
+// read from or written to the source. Copies are independent, on whatever threads they are used; one configuration is
+// used by one thread at a time.
 class KIV_EXPORT Config
 {
 public:
@@ -53,28 +53,37 @@ public:
     };
 
     // The keys of a section. Copies share them until one of the copies is changed, which makes the stored copy of 2000
-    // sections as cheap as their names.
+    // sections as cheap as their names. Copies may be used on different threads.
     class KIV_EXPORT Section
     {
     public:
         using Keys = std::map<WString, Entry, WNoCase>;
 
-        [[nodiscard]] Keys::const_iterator begin() const { return m_keys->begin(); }
-        [[nodiscard]] Keys::const_iterator end() const { return m_keys->end(); }
-        [[nodiscard]] Keys::const_iterator find(WStringView key) const { return m_keys->find(key); }
-        [[nodiscard]] std::size_t size() const { return m_keys->size(); }
-        [[nodiscard]] bool empty() const { return m_keys->empty(); }
+        // A move is a copy: a section always has keys.
+        Section() = default;
+        Section(const Section&) = default;
+        Section& operator=(const Section&) = default;
 
-        // The keys, for this section alone to be changed. Valid until the section is copied.
+        [[nodiscard]] Keys::const_iterator begin() const { return m_shared->keys.begin(); }
+        [[nodiscard]] Keys::const_iterator end() const { return m_shared->keys.end(); }
+        [[nodiscard]] Keys::const_iterator find(WStringView key) const { return m_shared->keys.find(key); }
+        [[nodiscard]] std::size_t size() const { return m_shared->keys.size(); }
+        [[nodiscard]] bool empty() const { return m_shared->keys.empty(); }
+
+        // The keys, for this section alone to be changed. Valid until the section is copied or assigned to.
         [[nodiscard]] Keys& Edit();
 
         friend bool operator==(const Section& a, const Section& b)
         {
-            return a.m_keys == b.m_keys || *a.m_keys == *b.m_keys;
+            return a.m_shared == b.m_shared || a.m_shared->keys == b.m_shared->keys;
         }
 
     private:
-        std::shared_ptr<Keys> m_keys = std::make_shared<Keys>();
+        struct Shared : RefCountedT<Shared> {
+            Keys keys;
+        };
+
+        SmartPtr<Shared> m_shared = MakeShared<Shared>();
     };
     using Table = std::map<WString, Section, WNoCase>;
 
@@ -87,7 +96,7 @@ public:
     [[nodiscard]] const WString* Get(WStringView section, WStringView key) const;
 
     // Gives a key a value; section and key are made where they are missing.
-    void Set(const WString& section, const WString& key, const WString& value);
+    void Set(const WString& section, WString key, WString value);
 
     // Removes a key, or a section with all its keys, from the data; defaults stay. Return whether it was there.
     bool Remove(WStringView section, WStringView key);

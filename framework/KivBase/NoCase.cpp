@@ -28,16 +28,29 @@ Result Converted(View text, auto convert)
     return result;
 }
 
+// Comparisons ask this of each unit that differs, and a call of an exported function is not inlined.
+template <class Unit>
+constexpr Unit AsciiLower(Unit unit)
+{
+    return unit >= 'A' && unit <= 'Z' ? static_cast<Unit>(unit + ('a' - 'A')) : unit;
+}
+
+template <class Unit>
+constexpr Unit AsciiUpper(Unit unit)
+{
+    return unit >= 'a' && unit <= 'z' ? static_cast<Unit>(unit - ('a' - 'A')) : unit;
+}
+
 // What all letter-case forms of a unit have in common. It is the lower-case form but for letters with several of them,
 // such as the two small sigmas.
 char Folded(char unit)
 {
-    return ToLower(unit);
+    return AsciiLower(unit);
 }
 
 unsigned short Folded(unsigned short unit)
 {
-    return unit < 0x80 ? ToLower(unit) : Mapped(CASE_FOLDED, unit);
+    return unit < 0x80 ? AsciiLower(unit) : Mapped(CASE_FOLDED, unit);
 }
 
 // Whether two units differ in letter case only. Most units that are compared are the same.
@@ -64,22 +77,22 @@ bool IsSame(View a, View b)
 
 char ToLower(char unit) noexcept
 {
-    return unit >= 'A' && unit <= 'Z' ? static_cast<char>(unit + ('a' - 'A')) : unit;
+    return AsciiLower(unit);
 }
 
 char ToUpper(char unit) noexcept
 {
-    return unit >= 'a' && unit <= 'z' ? static_cast<char>(unit - ('a' - 'A')) : unit;
+    return AsciiUpper(unit);
 }
 
 unsigned short ToLower(unsigned short unit) noexcept
 {
-    return unit < 0x80 ? static_cast<unsigned short>(ToLower(static_cast<char>(unit))) : Mapped(LOWER_CASE, unit);
+    return unit < 0x80 ? AsciiLower(unit) : Mapped(LOWER_CASE, unit);
 }
 
 unsigned short ToUpper(unsigned short unit) noexcept
 {
-    return unit < 0x80 ? static_cast<unsigned short>(ToUpper(static_cast<char>(unit))) : Mapped(UPPER_CASE, unit);
+    return unit < 0x80 ? AsciiUpper(unit) : Mapped(UPPER_CASE, unit);
 }
 
 std::string ToLower(std::string_view text)

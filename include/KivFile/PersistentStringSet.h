@@ -19,7 +19,8 @@ namespace KivFile
 class KIVFILE_EXPORT PersistentStringSet
 {
 public:
-    // Bound to a file, from which it is loaded, unless the name is empty.
+    // Bound to a file, from which it is loaded as Load does it, unless the name is empty: a file that cannot be read
+    // gives an empty set and is no error.
     explicit PersistentStringSet(const std::string& fileName = std::string());
     PersistentStringSet(const PersistentStringSet&);
     PersistentStringSet& operator=(const PersistentStringSet&);
@@ -29,20 +30,25 @@ public:
     [[nodiscard]] std::set<std::string>& Set() { return m_set; }
     [[nodiscard]] const std::set<std::string>& Set() const { return m_set; }
 
-    // Replaces the strings by those of a file. A name that is not empty becomes the set's own, which is then used.
-    // A file that is missing or cannot be read changes nothing else and is no error.
+    // Replaces the strings by those of a file. A name that is not empty becomes the set's own, which is then used, also
+    // by later calls. Throws nothing for a file that is missing, locked or cannot be read, nor for a set without a
+    // name: the strings stay as they were. Throws std::bad_alloc for a file that memory cannot hold, with the same
+    // result.
     void Load(const std::string& fileName);
 
     // Writes the strings to a file, by the same rule of the name; a longer old file is cut. An empty set writes
     // nothing at all, so that an old file keeps its strings.
-    // Throws what the file's classes throw: SharingViolationException, FileAccessDeniedException or
-    // FileCannotOpenException, and WriteErrorException, which leaves the old file overwritten in part.
+    // Throws, with the old file as it was, SharingViolationException, FileAccessDeniedException or
+    // FileCannotOpenException when the file, or the one without a name, cannot be opened; throws WriteErrorException,
+    // with the old file overwritten in part, when it cannot be written, as when the strings do not fit in 4 GiB - 1,
+    // and FileException when what is left of the old file cannot be cut off.
     void Save(const std::string& fileName) const;
 
     // Whether the strings are the same.
     [[nodiscard]] bool operator==(const PersistentStringSet& other) const;
 
-    // Union and difference; the result of the two-sided forms has no file name.
+    // Union and difference; the result of the two-sided forms has no file name, the others keep theirs. A set may be
+    // combined with itself.
     [[nodiscard]] PersistentStringSet operator+(const PersistentStringSet& other) const;
     PersistentStringSet& operator+=(const PersistentStringSet& other);
     [[nodiscard]] PersistentStringSet operator-(const PersistentStringSet& other) const;

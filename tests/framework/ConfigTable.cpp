@@ -1,4 +1,8 @@
 // Settings in memory.
+#include <atomic>
+#include <memory>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include <Kiv/Config.h>
@@ -70,11 +74,39 @@ TEST(Config, DefaultsAnswerForWhatTheDataLacks)
 
 TEST(Config, TheStoredCopyIsTheDataAsLastSaved)
 {
-    const Kiv::SmartPtr<SourceConfig> writer = Kiv::MakeShared<SourceConfig>();
-    const Kiv::SmartPtrToConst<Config> reader = writer;
-    writer->Set(u"s"_w, u"k"_w, u"1"_w);
-    writer->Save("", false);
-    EXPECT_EQ(reader->StoredData(), reader->Data());
-    writer->Set(u"s"_w, u"k"_w, u"2"_w);
-    EXPECT_NE(reader->StoredData(), reader->Data());
+    SourceConfig config;
+    config.Set(u"s"_w, u"k"_w, u"1"_w);
+    config.Save("", false);
+    EXPECT_EQ(config.StoredData(), config.Data());
+    config.Set(u"s"_w, u"k"_w, u"2"_w);
+    EXPECT_NE(config.StoredData(), config.Data());
+}
+
+// The flag orders nothing, so that the thread sanitizer sees whether the shared keys do by themselves.
+TEST(Config, CopiesOnTwoThreadsAreReadDroppedAndChanged)
+{
+    auto first = std::make_unique<Config>();
+    first->Set(u"s"_w, u"k"_w, u"1"_w);
+    Config second(*first);
+    std::atomic<bool> isDropped = false;
+    std::thread reader([&] {
+        EXPECT_EQ(ValueOf(*first, u"s"_w, u"k"_w), u"1"_w);
+        first.reset();
+        isDropped.store(true, std::memory_order_relaxed);
+    });
+    while (!isDropped.load(std::memory_order_relaxed))
+        std::this_thread::yield();
+    second.Set(u"s"_w, u"k"_w, u"2"_w);
+    reader.join();
+    EXPECT_EQ(ValueOf(second, u"s"_w, u"k"_w), u"2"_w);
+}
+
+TEST(ConfigSection, ThatWasMovedFromStillHasKeys)
+{
+    Config::Section from;
+    from.Edit()[u"k"_w].value = u"v"_w;
+    Config::Section to(std::move(from));
+    to.Edit().clear();
+    EXPECT_EQ(from.size(), 1u);
+    EXPECT_TRUE(to.empty());
 }
