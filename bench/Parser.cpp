@@ -105,7 +105,8 @@ constexpr std::size_t PERIOD = 40;
 // Small enough for the caches, so that the searches are measured and not the memory.
 constexpr std::size_t TOKENS_TOTAL = MIB / PERIOD * PERIOD;
 
-// Lines over the whole of 1 GiB.
+// Lines over the whole of 1 GiB. The peer's stream holds its copy of them before the clock starts, and its string has
+// room for a line, as ours has.
 constexpr std::size_t LINES_TOTAL = TOTAL / PERIOD * PERIOD;
 
 const std::string& Lines()

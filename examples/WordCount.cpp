@@ -1,56 +1,67 @@
-// Counts the words of a log: what stands between delimiters, in a file that may be larger than the memory.
+// Counts the words of a log: what stands between delimiters, in a file of any size.
 //
 //   example-wordcount FILE [DELIMITERS]
 #include <algorithm>
 #include <cstdint>
-#include <exception>
+#include <fstream>
 #include <iostream>
 #include <string>
 
-#include <KivBase/Exception.h>
-#include <KivBase/WString.h>
+#include <KivBase/BinaryStreamBuf.h>
 #include <KivFile/BinaryStreamParser.h>
-#include <KivFile/CFileBuffer.h>
+#include <KivFile/IStreamBuffer.h>
 
 namespace
 {
 
-struct Words {
-    std::uint64_t count = 0;
-    unsigned int longest = 0;
-    std::string longestBeginning;
+// A buffer's positions end at 4 GiB; the bytes that were read from it are counted on.
+class CountedBuffer final : public Kiv::BinaryStreamBufWrapper
+{
+public:
+    explicit CountedBuffer(Kiv::BinaryStreamBufT<unsigned int>& buffer) : BinaryStreamBufWrapper(buffer) {}
+
+    // Where a parser is that begins anew with each 4 GiB, less than that behind what it has read.
+    [[nodiscard]] std::uint64_t Position(const KivFile::BinaryStreamParser& parser) const
+    {
+        return m_read - static_cast<std::uint32_t>(m_read - parser.GetCurrentStreamOffset());
+    }
+
+protected:
+    unsigned int vGet(void* dst, unsigned int n) override
+    {
+        const unsigned int count = BinaryStreamBufWrapper::vGet(dst, n);
+        m_read += count;
+        return count;
+    }
+
+private:
+    std::uint64_t m_read = 0;
 };
 
-// Passes over delimiters and words in turn; no more than a block of the file is in memory at a time.
-Words CountWords(KivFile::BinaryStreamParser& log, const std::string& delimiters)
+// Passes over delimiters and words in turn with a block of the file in memory. False where it cannot be read.
+bool Report(const std::string& name, const std::string& delimiters)
 {
-    Words words;
-    while (log.FetchUntilNot(delimiters, false)) {
-        const unsigned int begin = log.GetCurrentStreamOffset();
-        log.FetchUntil(delimiters, true);
-        const unsigned int length = log.GetCurrentStreamOffset() - begin;
-        ++words.count;
-        if (length > words.longest) {
-            words.longest = length;
-            // The keyword ends at its own limit, however long the word is.
-            words.longestBeginning.assign(log.GetKeywordBuffer(), std::min(log.GetKeywordLen(), 40u));
-        }
-    }
-    return words;
-}
-
-void Report(const std::string& name, const std::string& delimiters)
-{
-    using File = KivFile::CFileT<unsigned int>;
-    File file(name, File::AccessHint::Sequential);
-    file.Open(File::OpenMode::Read);
-    // The tokenizer reads whole blocks, so nothing has to be staged.
-    KivFile::ICFileBufferT<unsigned int> buffer(&file, 0);
+    std::ifstream file(name, std::ios::binary);
+    KivFile::IStreamBuffer stream(file);
+    CountedBuffer buffer(stream);
     KivFile::BinaryStreamParser log(buffer, true);
 
-    const Words words = CountWords(log, delimiters);
-    std::cout << words.count << " words in " << log.GetCurrentStreamOffset() << " bytes, the longest of "
-              << words.longest << ": " << words.longestBeginning << '\n';
+    std::uint64_t words = 0, longest = 0;
+    std::string longestBeginning;
+    for (; log.FetchUntilNot(delimiters, false); ++words) {
+        const std::uint64_t begin = buffer.Position(log);
+        log.FetchUntil(delimiters, true);
+        if (const std::uint64_t length = buffer.Position(log) - begin; length > longest) {
+            longest = length;
+            // The keyword ends at its own limit, however long the word is.
+            longestBeginning.assign(log.GetKeywordBuffer(), std::min(log.GetKeywordLen(), 40u));
+        }
+    }
+    if (!file.is_open() || file.bad())
+        return false;
+    std::cout << words << " words in " << buffer.Position(log) << " bytes, the longest of " << longest << ": "
+              << longestBeginning << '\n';
+    return true;
 }
 
 } // namespace
@@ -61,13 +72,8 @@ int main(int argc, char** argv)
         std::cerr << "example-wordcount FILE [DELIMITERS]\n";
         return 2;
     }
-    try {
-        Report(argv[1], argc == 3 ? argv[2] : " \t\r\n,;:=\"");
+    if (Report(argv[1], argc == 3 ? argv[2] : " \t\r\n,;:=\""))
         return 0;
-    } catch (const Kiv::BaseException& e) {
-        std::cerr << Kiv::Utf8(e.What()) << '\n';
-    } catch (const std::exception& e) {
-        std::cerr << e.what() << '\n';
-    }
+    std::cerr << argv[1] << ": cannot be read\n";
     return 1;
 }

@@ -318,6 +318,9 @@ private:
         return pattern;
     }
 
+    // A few bytes, or more than are compared one by one.
+    static std::string Set(Draw& draw) { return draw.Text(draw.Below(5)) + (draw.Flag() ? "0123456789" : ""); }
+
     void FetchPlain(std::size_t kind, Draw& draw, bool keyword, bool& model, bool& real)
     {
         const bool variant = draw.Flag();
@@ -334,7 +337,7 @@ private:
             if (out != m_model.keyword)
                 m_difference = " out";
         } else {
-            const std::string set = draw.Text(draw.Below(5));
+            const std::string set = Set(draw);
             model = m_model.FetchSet(set, variant, keyword, nullptr);
             real = variant ? m_parser.FetchUntil(set, keyword) : m_parser.FetchUntilNot(set, keyword);
         }
@@ -346,7 +349,7 @@ private:
         std::erase(trimSet, '\0');
         const Model::TargetOptions options{trimSet, draw.Flag(), draw.Flag()};
         const bool variant = draw.Flag();
-        const std::string text = kind == 2 ? draw.Text(draw.Below(5)) : Pattern(draw);
+        const std::string text = kind == 2 ? Set(draw) : Pattern(draw);
         const auto run = [&](auto fetch) {
             real = (m_parser.*fetch)(m_target, text, trimSet.c_str(), options.ignoreNulls, options.spaceForTrim);
         };

@@ -1,14 +1,20 @@
 // Searches of a span of bytes. Each returns the place it found, or the span's end.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <string_view>
 
-#if defined(__SSE2__)
+#if defined(__SSSE3__)
+#include <tmmintrin.h>
+#elif defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
@@ -22,29 +28,22 @@ constexpr unsigned char OtherCase(unsigned char byte)
     return lower >= 'a' && lower <= 'z' ? static_cast<unsigned char>(byte ^ 0x20) : byte;
 }
 
-// The one or two bytes that pass for a byte of a pattern.
-class ByteChoice
+// Sixty-four bytes, searched at once: one bit for each that matches, the lowest for the first.
+constexpr std::ptrdiff_t WINDOW = 64;
+
+template <class Matches>
+std::uint64_t MatchesOneByOne(const unsigned char* bytes, Matches matches)
 {
-public:
-    ByteChoice(unsigned char byte, bool foldCase) : m_byte(byte), m_other(foldCase ? OtherCase(byte) : byte) {}
-
-    [[nodiscard]] bool IsOne() const { return m_byte == m_other; }
-    [[nodiscard]] unsigned char Byte() const { return m_byte; }
-    [[nodiscard]] bool Matches(unsigned char byte) const { return byte == m_byte || byte == m_other; }
-
-#if defined(__SSE2__)
-    // The lanes of sixteen bytes that match, as all ones.
-    [[nodiscard]] __m128i MatchesIn(__m128i bytes) const
-    {
-        return _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(static_cast<char>(m_byte))),
-                            _mm_cmpeq_epi8(bytes, _mm_set1_epi8(static_cast<char>(m_other))));
+    // Eight at a time, which compilers unroll: a third faster.
+    std::uint64_t mask = 0;
+    for (unsigned int row = 0; row < WINDOW; row += 8) {
+        unsigned int rowMask = 0;
+        for (unsigned int i = 0; i < 8; ++i)
+            rowMask |= static_cast<unsigned int>(matches(bytes[row + i])) << i;
+        mask |= std::uint64_t{rowMask} << row;
     }
-#endif
-
-private:
-    unsigned char m_byte;
-    unsigned char m_other;
-};
+    return mask;
+}
 
 #if defined(__SSE2__)
 
@@ -60,23 +59,89 @@ inline unsigned int LaneMask(__m128i lanes)
     return static_cast<unsigned int>(_mm_movemask_epi8(lanes));
 }
 
+template <class Matches>
+std::uint64_t MatchesInLanes(const unsigned char* bytes, Matches matches)
+{
+    std::uint64_t mask = 0;
+    for (std::ptrdiff_t i = 0; i < WINDOW; i += LANES)
+        mask |= std::uint64_t{LaneMask(matches(Load(bytes + i)))} << i;
+    return mask;
+}
+
 #endif
+
+// The one or two bytes that pass for a byte of a pattern.
+class ByteChoice
+{
+public:
+    ByteChoice() = default;
+    ByteChoice(unsigned char byte, bool foldCase)
+        : m_byte(byte), m_other(foldCase ? OtherCase(byte) : byte), m_foldCase(foldCase)
+    {
+#if defined(__SSE2__)
+        m_lanes[0] = _mm_set1_epi8(static_cast<char>(m_byte));
+        m_lanes[1] = _mm_set1_epi8(static_cast<char>(m_other));
+#endif
+    }
+
+    // Whether it was made from these.
+    [[nodiscard]] bool Is(unsigned char byte, bool foldCase) const
+    {
+        return byte == m_byte && foldCase == m_foldCase;
+    }
+    void Assign(unsigned char byte, bool foldCase)
+    {
+        *this = ByteChoice(byte, foldCase);
+    }
+
+    [[nodiscard]] bool IsOne() const
+    {
+        return m_byte == m_other;
+    }
+    [[nodiscard]] unsigned char Byte() const
+    {
+        return m_byte;
+    }
+    [[nodiscard]] bool Matches(unsigned char byte) const
+    {
+        return byte == m_byte || byte == m_other;
+    }
+
+    [[nodiscard]] std::uint64_t MatchesInWindow(const unsigned char* bytes) const
+    {
+#if defined(__SSE2__)
+        if (IsOne())
+            return MatchesInLanes(bytes, [this](__m128i lanes) { return _mm_cmpeq_epi8(lanes, m_lanes[0]); });
+        return MatchesInLanes(bytes, [this](__m128i lanes) { return MatchesIn(lanes); });
+#else
+        return MatchesOneByOne(bytes, [this](unsigned char byte) { return Matches(byte); });
+#endif
+    }
+
+#if defined(__SSE2__)
+    // The lanes of sixteen bytes that match, as all ones.
+    [[nodiscard]] __m128i MatchesIn(__m128i bytes) const
+    {
+        return _mm_or_si128(_mm_cmpeq_epi8(bytes, m_lanes[0]), _mm_cmpeq_epi8(bytes, m_lanes[1]));
+    }
+#endif
+
+private:
+    unsigned char m_byte = 0;
+    unsigned char m_other = 0;
+    bool m_foldCase = false;
+#if defined(__SSE2__)
+    __m128i m_lanes[2] = {};
+#endif
+};
 
 inline const unsigned char* FindByte(const unsigned char* first, const unsigned char* last, unsigned char byte)
 {
-#if defined(__SSE2__)
-    // The end of a token is mostly near; the call of memchr pays behind that.
-    for (int near = 0; near < 4 && last - first >= LANES; ++near, first += LANES) {
-        const __m128i lanes = _mm_cmpeq_epi8(Load(first), _mm_set1_epi8(static_cast<char>(byte)));
-        if (const unsigned int mask = LaneMask(lanes); mask != 0)
-            return first + std::countr_zero(mask);
-    }
-#endif
     const void* const found = std::memchr(first, byte, static_cast<std::size_t>(last - first));
     return found != nullptr ? static_cast<const unsigned char*>(found) : last;
 }
 
-inline const unsigned char* Find(const unsigned char* first, const unsigned char* last, ByteChoice choice)
+inline const unsigned char* Find(const unsigned char* first, const unsigned char* last, const ByteChoice& choice)
 {
     if (choice.IsOne())
         return FindByte(first, last, choice.Byte());
@@ -92,8 +157,8 @@ inline const unsigned char* Find(const unsigned char* first, const unsigned char
 }
 
 // The first byte that matches head and is followed by one that matches next, or by the span's end.
-inline const unsigned char* FindPair(const unsigned char* first, const unsigned char* last, ByteChoice head,
-                                     ByteChoice next)
+inline const unsigned char* FindPair(const unsigned char* first, const unsigned char* last, const ByteChoice& head,
+                                     const ByteChoice& next)
 {
 #if defined(__SSE2__)
     for (; last - first > LANES; first += LANES) {
@@ -107,93 +172,196 @@ inline const unsigned char* FindPair(const unsigned char* first, const unsigned 
     return first;
 }
 
-// Copies the length of most tokens without a call.
-inline void Copy(char* to, const unsigned char* from, std::size_t count)
-{
-    constexpr std::size_t STEP = 16;
-    if (count < STEP || count > 4 * STEP) {
-        std::memcpy(to, from, count);
-        return;
-    }
-    for (std::size_t i = 0; i + STEP < count; i += STEP)
-        std::memcpy(to + i, from + i, STEP);
-    std::memcpy(to + count - STEP, from + count - STEP, STEP);
-}
-
 // A set of bytes in a form to search with. It is kept from call to call, because a tokenizer asks for the same few sets
 // again and again and a new table costs more than the forty bytes of a token.
 class ByteSet
 {
 public:
-    // Becomes the set of a text's bytes, with the other case of its letters where foldCase is set.
+    // Whether it was made from these.
+    [[nodiscard]] bool Is(std::string_view text, bool foldCase) const
+    {
+        return foldCase == m_foldCase && text.size() == m_text.size() && IsText(text.data());
+    }
+
+    // Becomes the set of a text's bytes, with the other case of its letters where foldCase is set. Throws
+    // std::bad_alloc, and is then what it was.
     void Assign(std::string_view text, bool foldCase)
     {
-        if (foldCase == m_foldCase && text == m_text)
-            return;
+        m_text = text;
+        m_foldCase = foldCase;
         m_isMember.fill(false);
         for (const char byte : text) {
             const auto member = static_cast<unsigned char>(byte);
             m_isMember[member] = true;
             m_isMember[foldCase ? OtherCase(member) : member] = true;
         }
-        FillLanes();
-        m_text = text;
-        m_foldCase = foldCase;
+        FillRows();
     }
+
+    [[nodiscard]] bool Matches(unsigned char byte) const { return m_isMember[byte]; }
 
     // The first byte that is a member, or the first that is not.
     [[nodiscard]] const unsigned char* Find(const unsigned char* first, const unsigned char* last, bool isMember) const
     {
-#if defined(__SSE2__)
-        // Three times as fast as the table.
-        if (m_isSmall) {
-            const unsigned int unwanted = isMember ? 0 : 0xFFFF;
-            for (; last - first >= LANES; first += LANES) {
-                if (const unsigned int mask = LaneMask(MembersIn(Load(first))) ^ unwanted; mask != 0)
-                    return first + std::countr_zero(mask);
-            }
+#if defined(__SSSE3__)
+        const unsigned int unwanted = isMember ? 0 : 0xFFFF;
+        for (; last - first >= LANES; first += LANES) {
+            if (const unsigned int mask = LaneMask(MatchesIn(Load(first))) ^ unwanted; mask != 0)
+                return first + std::countr_zero(mask);
         }
 #endif
-        while (first != last && m_isMember[*first] != isMember)
+        while (first != last && Matches(*first) != isMember)
             ++first;
         return first;
     }
 
-private:
-    static constexpr std::size_t SMALL = 8;
-
-#if defined(__SSE2__)
-    // One lane for each member of a small set; the last member takes those that are left.
-    void FillLanes()
+    [[nodiscard]] std::uint64_t MatchesInWindow(const unsigned char* bytes) const
     {
-        std::size_t count = 0;
-        for (std::size_t byte = 0; byte < m_isMember.size(); ++byte) {
-            if (!m_isMember[byte])
-                continue;
-            for (std::size_t i = count; i < SMALL; ++i)
-                m_lanes[i] = _mm_set1_epi8(static_cast<char>(byte));
-            ++count;
-        }
-        m_isSmall = count != 0 && count <= SMALL;
-    }
-
-    [[nodiscard]] __m128i MembersIn(__m128i bytes) const
-    {
-        __m128i members = _mm_cmpeq_epi8(bytes, m_lanes[0]);
-        for (std::size_t i = 1; i < SMALL; ++i)
-            members = _mm_or_si128(members, _mm_cmpeq_epi8(bytes, m_lanes[i]));
-        return members;
-    }
-
-    __m128i m_lanes[SMALL] = {};
-    bool m_isSmall = false;
+#if defined(__SSSE3__)
+        if (m_isASCII)
+            return MatchesInLanes(bytes, [this](__m128i lanes) { return MatchesIn(lanes, LowRows(lanes)); });
+        return MatchesInLanes(bytes, [this](__m128i lanes) { return MatchesIn(lanes); });
 #else
-    void FillLanes() {}
+        return MatchesOneByOne(bytes, [this](unsigned char byte) { return Matches(byte); });
+#endif
+    }
+
+private:
+    // Whether that many bytes are the set's text. Without a call, which took a sixth of the time of short tokens.
+    [[nodiscard]] bool IsText(const char* text) const
+    {
+        constexpr std::size_t WORD = sizeof(std::uint64_t);
+        const auto differs = [&](std::size_t i) { return std::memcmp(text + i, m_text.data() + i, WORD) != 0; };
+        if (m_text.size() < WORD)
+            return std::equal(m_text.begin(), m_text.end(), text);
+        for (std::size_t i = 0; i + WORD < m_text.size(); i += WORD) {
+            if (differs(i))
+                return false;
+        }
+        return !differs(m_text.size() - WORD);
+    }
+
+#if defined(__SSSE3__)
+    // The set as sixteen rows, for the values of a byte's low half; in them a bit for each value of its high half. Two
+    // shuffles find the rows of sixteen bytes, for each half of the high values, and one the bits: five times as fast
+    // as the table.
+    void FillRows()
+    {
+        alignas(__m128i) unsigned char rows[2][LANES] = {};
+        for (unsigned int byte = 0; byte < m_isMember.size(); ++byte) {
+            if (m_isMember[byte])
+                rows[byte >> 7][byte & 0xF] |= static_cast<unsigned char>(1u << (byte >> 4 & 7));
+        }
+        m_rows[0] = Load(rows[0]);
+        m_rows[1] = Load(rows[1]);
+        m_isASCII = std::none_of(rows[1], std::end(rows[1]), [](unsigned char row) { return row != 0; });
+    }
+
+    // The rows of ASCII bytes, and 0 for those that have the highest bit; and the other way round.
+    [[nodiscard]] __m128i LowRows(__m128i bytes) const
+    {
+        return _mm_shuffle_epi8(m_rows[0], bytes);
+    }
+    [[nodiscard]] __m128i HighRows(__m128i bytes) const
+    {
+        return _mm_shuffle_epi8(m_rows[1], _mm_xor_si128(bytes, _mm_set1_epi8(-0x80)));
+    }
+
+    [[nodiscard]] static __m128i MatchesIn(__m128i bytes, __m128i rows)
+    {
+        const __m128i bits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
+        const __m128i high = _mm_and_si128(_mm_srli_epi16(bytes, 4), _mm_set1_epi8(0xF));
+        const __m128i bit = _mm_shuffle_epi8(bits, high);
+        return _mm_cmpeq_epi8(_mm_and_si128(rows, bit), bit);
+    }
+    [[nodiscard]] __m128i MatchesIn(__m128i bytes) const
+    {
+        return MatchesIn(bytes, _mm_or_si128(LowRows(bytes), HighRows(bytes)));
+    }
+
+    __m128i m_rows[2] = {};
+    bool m_isASCII = true;
+#else
+    void FillRows() {}
 #endif
 
     std::array<bool, 256> m_isMember{};
     std::string m_text;
     bool m_foldCase = false;
 };
+
+// Searches for bytes that are near: those in a set, or those not in it. The window that was searched last is kept, so
+// that all tokens in it share the comparisons, and no search waits to learn where the one before it ended. Against a
+// search of its own for each token of 40 bytes it takes four fifths of the time for a byte, two thirds for a set.
+template <class Set, bool IN_SET = true>
+class NearSearch
+{
+public:
+    // How far is near.
+    static constexpr std::ptrdiff_t REACH = 2 * WINDOW;
+
+    // Whether Select was last called with these.
+    template <class... Arguments>
+    [[nodiscard]] bool IsFor(const Arguments&... arguments) const
+    {
+        return m_set.Is(arguments...);
+    }
+
+    template <class... Arguments>
+    const Set& Select(const Arguments&... arguments)
+    {
+        if (!m_set.Is(arguments...)) {
+            m_set.Assign(arguments...);
+            Forget();
+        }
+        return m_set;
+    }
+
+    // To be called when the bytes that are searched have changed.
+    void Forget() { m_windowEnd = nullptr; }
+
+    // The first of the bytes from first to last; null where it is not near. No place before first is asked for again
+    // until Forget. Behind last a window of bytes must be readable, whatever they are.
+    const unsigned char* Find(const unsigned char* first, const unsigned char* last)
+    {
+        if (!std::less<>()(first, m_windowEnd))
+            LookAt(first);
+        // Mostly what the last search found.
+        while (m_wanted != 0 && FirstWanted() < first)
+            m_wanted &= m_wanted - 1;
+        while (m_wanted == 0) {
+            if (m_windowEnd >= last || m_windowEnd - first >= REACH)
+                return nullptr;
+            LookAt(m_windowEnd);
+        }
+        return FirstWanted() < last ? FirstWanted() : nullptr;
+    }
+
+private:
+    void LookAt(const unsigned char* window)
+    {
+        const std::uint64_t matches = m_set.MatchesInWindow(window);
+        m_wanted = IN_SET ? matches : ~matches;
+        m_windowEnd = window + WINDOW;
+    }
+
+    const unsigned char* FirstWanted() const { return m_windowEnd - WINDOW + std::countr_zero(m_wanted); }
+
+    Set m_set;
+    const unsigned char* m_windowEnd = nullptr;
+    // Where the window has what is searched for and was not passed over.
+    std::uint64_t m_wanted = 0;
+};
+
+// Copies in whole windows, without a call and without a choice by the length for those up to one; so many bytes must be
+// readable and writable.
+inline void CopyNear(char* to, const unsigned char* from, std::size_t count)
+{
+    std::size_t copied = 0;
+    do {
+        std::memcpy(to + copied, from + copied, WINDOW);
+        copied += WINDOW;
+    } while (copied < count);
+}
 
 } // namespace KivFile::ByteScan

@@ -7,6 +7,7 @@
 
 #include <KivFile/CFileBuffer.h>
 
+#include <src/BlockCopy.h>
 #include <src/BufferLimits.h>
 #include <src/SeekTarget.h>
 
@@ -59,7 +60,7 @@ unsigned int StaticMemoryBuffer::vGet(void* dst, unsigned int n)
 {
     const unsigned int count = Available(n);
     if (count != 0)
-        std::memcpy(dst, m_data + m_get, count);
+        CopyBlock(dst, m_data + m_get, count);
     m_get += count;
     return count;
 }

@@ -16,11 +16,6 @@
 namespace KivFile
 {
 
-namespace ByteScan
-{
-class ByteSet;
-}
-
 // Advances over the bytes of a buffer by rules: a count, up to a pattern, up to a byte of a set, over the bytes of a
 // set. The bytes passed over can be kept in three places:
 //   the keyword   when the call asks for it: the first KEYWORD_CAPACITY bytes, and of those that no longer fit the last
@@ -38,8 +33,11 @@ class ByteSet;
 // are not in them.
 //
 // Does not own the buffer, which must outlive the parser and be left alone meanwhile. One thread at a time. Scanning
-// allocates nothing but the record, a missing target, a copy of a set, and room for a pattern longer than a block.
-// Throws what the buffer throws; no byte is then lost but those of the read that failed.
+// allocates nothing but the record, a missing target, copies of the sets asked for last, and room for a pattern longer
+// than a block; where that fails, and where a string or a target grows, it throws std::bad_alloc.
+// What the buffer throws passes through every operation that reads or seeks it: the constructors, Reset, Seek, the
+// fetches and GetCurrentChar. No byte is then lost but those of the read that failed. What a target of the caller's
+// throws passes through the FetchInto forms; the bytes it refused are not passed over.
 class KIVFILE_EXPORT BinaryStreamParser
 {
 public:
@@ -134,7 +132,7 @@ public:
     void SetRecordFetching(bool on);
     // Copy count bytes of the record from an offset on, or all from there where count is 0: to the put position of
     // out, or in place of a string's content. Nothing happens where no record was ever stored. Throw
-    // SeekOutOfRangeException where the record is shorter than from.
+    // SeekOutOfRangeException where the record is shorter than from, and what out throws.
     void GetRecordFetchingContent(MemoryBuffer& out, unsigned int from, unsigned int count);
     void GetRecordFetchingContent(std::string& out, unsigned int from, unsigned int count);
     [[nodiscard]] unsigned int GetRecordFetchingSize() const;
@@ -146,6 +144,7 @@ public:
 
 private:
     class Target;
+    struct Searches;
 
     [[nodiscard]] bool VerifyData() { return m_position != m_end || ReadData(m_end); }
     bool ReadData(const unsigned char* keepFrom);
@@ -154,11 +153,15 @@ private:
 
     bool FetchAcrossBlocks(unsigned int count, bool keyword, bool clearRecord);
     bool FetchPattern(std::string_view pattern, bool keyword, Target* target);
-    bool FetchBeyondPattern(std::string_view pattern, bool keyword, Target* target);
-    bool FetchSet(std::string_view set, bool until, bool keyword, Target* target);
+    bool StepBeyond(std::string_view pattern);
     bool FetchByte(unsigned char ch, bool keyword, Target* target);
+    bool FetchMember(std::string_view set, bool keyword, Target* target);
+    bool FetchNonMember(std::string_view set, bool keyword, Target* target);
+    template <class Search, class... Set>
+    bool FetchNear(Search& search, bool keyword, const Set&... set);
+    void PassOverNear(const unsigned char* end, bool keyword);
     template <class Rule>
-    bool FetchData(const Rule& rule, bool keyword, Target* target);
+    bool FetchData(Rule rule, bool keyword, Target* target);
     void StoreFetchedData(const unsigned char* end, bool stopped, bool keyword, Target* target);
     void KeywordSafeAppend(const unsigned char* bytes, std::size_t count);
     void KeepUnsaved(const unsigned char* bytes, std::size_t count);
@@ -172,15 +175,14 @@ private:
     // The next block goes to m_block; before it there is room for the bytes of a pattern that began in earlier ones.
     std::vector<unsigned char> m_storage;
     unsigned char* m_block;
-    // What was read and not passed over yet.
+    // What was read and not passed over yet. A window of bytes can be read behind the block, as ByteScan has it.
     const unsigned char* m_position;
     const unsigned char* m_end;
     std::array<char, KEYWORD_CAPACITY + 1> m_keyword{};
     unsigned int m_keywordLength = 0;
     std::array<char, UNSAVED_CAPACITY> m_unsaved{};
     unsigned int m_unsavedLength = 0;
-    // The set that was asked for last, in a form to search with.
-    std::unique_ptr<ByteScan::ByteSet> m_set;
+    std::unique_ptr<Searches> m_searches;
     bool m_caseSensitive;
     bool m_recordFetching = false;
     bool m_ignoreNulls = false;
