@@ -1,7 +1,6 @@
 #include <KivFile/CFile.h>
 
 #include <algorithm>
-#include <iterator>
 
 #include <platform/Platform.h>
 #include <src/BufferLimits.h>
@@ -36,14 +35,7 @@ CFileBase::~CFileBase() = default;
 
 void CFileBase::Throw(Action action) const
 {
-    const KivSys::DWORD error = KivSys::GetLastError();
-
-    struct FailureRow {
-        Action action;
-        MessageId message;
-        void (*raise)(const Record&);
-    };
-    static constexpr FailureRow FAILURES[] = {
+    static constexpr FailureRow<Action> FAILURES[] = {
         {Action::OpenForReading, MessageId::OpeningForReading, RaiseForOpen},
         {Action::OpenForWriting, MessageId::OpeningForWriting, RaiseForOpen},
         {Action::Delete, MessageId::Deleting, Raise<FileCannotDeleteException>},
@@ -52,13 +44,7 @@ void CFileBase::Throw(Action action) const
         {Action::Read, MessageId::Reading, Raise<FileException>},
         {Action::QueryAttributes, MessageId::QueryingAttributes, Raise<FileException>},
     };
-    const auto row = std::find_if(std::begin(FAILURES), std::end(FAILURES),
-                                  [action](const FailureRow& candidate) { return candidate.action == action; });
-    if (row == std::end(FAILURES))
-        return;
-    const Record record = MessageRecord(row->message, "src/KivCFile", m_path.FullPath());
-    record->SetLastError(error);
-    row->raise(record);
+    ThrowFailure(FAILURES, action, "src/KivCFile", m_path.FullPath());
 }
 
 CFileT<unsigned int>::CFileT(const std::string& path, AccessHint accessHint, bool buffered, bool sparse)

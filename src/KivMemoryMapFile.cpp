@@ -1,7 +1,6 @@
 #include <KivFile/MemoryMapFile.h>
 
 #include <algorithm>
-#include <iterator>
 
 #include <platform/Platform.h>
 #include <src/MessageRecord.h>
@@ -186,27 +185,14 @@ void MemoryMapFile::ReleaseViews()
 
 void MemoryMapFile::Throw(Action action) const
 {
-    const KivSys::DWORD error = KivSys::GetLastError();
-
-    struct FailureRow {
-        Action action;
-        MessageId message;
-        void (*raise)(const Record&);
-    };
-    static constexpr FailureRow FAILURES[] = {
+    static constexpr FailureRow<Action> FAILURES[] = {
         {Action::OpenForReading, MessageId::OpeningForReading, Raise<FileCannotOpenException>},
         {Action::OpenForWriting, MessageId::OpeningForWriting, Raise<FileCannotOpenException>},
         {Action::Delete, MessageId::Deleting, Raise<FileException>},
         {Action::GetView, MessageId::MappingView, Raise<FileException>},
         {Action::ReleaseView, MessageId::ReleasingView, Raise<FileException>},
     };
-    const auto row = std::find_if(std::begin(FAILURES), std::end(FAILURES),
-                                  [action](const FailureRow& candidate) { return candidate.action == action; });
-    if (row == std::end(FAILURES))
-        return;
-    const Record record = MessageRecord(row->message, "src/KivMemoryMapFile", m_filename);
-    record->SetLastError(error);
-    row->raise(record);
+    ThrowFailure(FAILURES, action, "src/KivMemoryMapFile", m_filename);
 }
 
 void MemoryMapFile::ThrowForOpen(OpenMode mode) const

@@ -1,10 +1,14 @@
 // Makes the records that exceptions with a catalog message are built from.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <string>
 
 #include <KivBase/Exception.h>
 #include <messages/KivFileMsg-I.h>
+#include <platform/Platform.h>
 
 namespace KivFile
 {
@@ -38,6 +42,27 @@ template <class... Parameters>
                                                     site.sourceLine);
     (record->AddParameter(parameters), ...);
     return record;
+}
+
+// Which message and exception follow from a failed action.
+template <class Action>
+struct FailureRow {
+    Action action;
+    MessageId message;
+    void (*raise)(const Record&);
+};
+
+// Throws what the row of an action says, with a file's name and the thread's last error. Returns where no row has it.
+template <class Action, std::size_t n>
+void ThrowFailure(const FailureRow<Action> (&rows)[n], Action action, ThrowSite site, const std::string& fileName)
+{
+    const KivSys::DWORD error = KivSys::GetLastError();
+    const auto* const row = std::ranges::find(rows, action, &FailureRow<Action>::action);
+    if (row == std::end(rows))
+        return;
+    const Record record = MessageRecord(row->message, site, fileName);
+    record->SetLastError(error);
+    row->raise(record);
 }
 
 } // namespace KivFile

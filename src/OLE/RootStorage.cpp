@@ -194,7 +194,7 @@ Storage::RootStorage::RootStorage(const std::string& tempPath, Kiv::BinaryStream
     ReadHeader();
     ReadFAT();
     ReadMiniFAT();
-    m_directoryChain = FollowChain(HeaderField<std::uint32_t>(FIRST_DIRECTORY_SECTOR));
+    ReadDirectoryChain();
     m_marks.resize(std::max<std::size_t>(m_sourceSize / SMALLEST_MINI_SECTOR + 1, DirectoryIds()));
 }
 
@@ -276,32 +276,43 @@ bool Storage::RootStorage::ReadFATSectors(const std::uint32_t* sectors, std::siz
     return true;
 }
 
+// Entries of mini sectors that the document has no room for are left out: nothing can lie there.
 void Storage::RootStorage::ReadMiniFAT()
 {
     const std::uint32_t first = HeaderField<std::uint32_t>(FIRST_MINI_FAT_SECTOR);
     if (first == END_OF_CHAIN)
         return;
     ReserveTable(m_miniFAT, TableSectors(NUMBER_OF_MINI_FAT_SECTORS));
-    for (const std::uint32_t sector : FollowChain(first)) {
-        if (!AppendSector(sector, m_miniFAT))
-            return;
-    }
+    FollowChain(first, [this](std::uint32_t sector) {
+        return m_miniFAT.size() <= m_sourceSize >> m_miniSectorShift && AppendSector(sector, m_miniFAT);
+    });
 }
 
-// The sectors of a chain through the FAT, up to its end or the first one that it repeats. The last one may be any
-// number: where the FAT is cut short, the sector at which it fails can still be read.
-std::vector<std::uint32_t> Storage::RootStorage::FollowChain(std::uint32_t sector) const
+// A FAT may chain a hundred times as many sectors as the document has. Those that are not there only count.
+void Storage::RootStorage::ReadDirectoryChain()
 {
-    std::vector<std::uint32_t> chain;
+    std::uint32_t index = 0;
+    FollowChain(HeaderField<std::uint32_t>(FIRST_DIRECTORY_SECTOR), [&](std::uint32_t sector) {
+        if (SectorOffset(sector) < m_sourceSize)
+            m_directoryChain.push_back({index, sector});
+        ++index;
+        return true;
+    });
+}
+
+// Calls use for the sectors of a chain through the FAT, until it returns false, up to the chain's end or the first one
+// that it repeats. The last one may be any number: where the FAT is cut short, the sector at which it fails can still
+// be read.
+template <class Use>
+void Storage::RootStorage::FollowChain(std::uint32_t sector, Use use) const
+{
     std::vector<bool> visited(m_FAT.size());
-    while (sector < visited.size() && !visited[sector]) {
+    while (sector < visited.size() && !visited[sector] && use(sector)) {
         visited[sector] = true;
-        chain.push_back(sector);
         sector = m_FAT[sector];
     }
     if (sector >= visited.size() && sector != END_OF_CHAIN)
-        chain.push_back(sector);
-    return chain;
+        use(sector);
 }
 
 // Reads n bytes of the document; false when they are not all there.
@@ -407,7 +418,8 @@ std::size_t Storage::RootStorage::EntriesPerDirectorySector() const
 
 std::size_t Storage::RootStorage::DirectoryIds() const
 {
-    return m_directoryChain.size() * EntriesPerDirectorySector();
+    return m_directoryChain.empty() ? 0
+                                    : (m_directoryChain.back().index + std::size_t{1}) * EntriesPerDirectorySector();
 }
 
 // The entry with the given id; not valid where there is none.
@@ -415,11 +427,13 @@ Storage::RootStorage::DirectoryEntry Storage::RootStorage::GetDirEntry(std::uint
 {
     if (const auto known = m_directory.find(id); known != m_directory.end())
         return DirectoryEntry(known->second.data());
-    if (id >= DirectoryIds())
+    const std::size_t index = id / EntriesPerDirectorySector();
+    const auto place = std::ranges::lower_bound(m_directoryChain, index, {}, &DirectorySector::index);
+    if (place == m_directoryChain.end() || place->index != index)
         return {};
-    const std::uint64_t sector = SectorOffset(m_directoryChain[id / EntriesPerDirectorySector()]);
     EntryBytes bytes;
-    const bool isRead = ReadAt(sector + id % EntriesPerDirectorySector() * bytes.size(), bytes.data(), bytes.size());
+    const std::size_t offset = id % EntriesPerDirectorySector() * bytes.size();
+    const bool isRead = ReadAt(SectorOffset(place->sector) + offset, bytes.data(), bytes.size());
     if (!isRead || !DirectoryEntry(bytes.data()).IsValid())
         return {};
     return DirectoryEntry(m_directory.emplace(id, bytes).first->second.data());

@@ -47,8 +47,8 @@ TEST(StreamAdapters, OutputMovesAndMeasuresTheStream)
     std::ostringstream stream;
     KivFile::OStreamBuffer out(stream);
     out.Write("0123456789", 10);
-    EXPECT_EQ(out.SeekP(4, Buffer::End, Buffer::Backward), 6u);
-    EXPECT_EQ(out.SeekP(3, Buffer::Current, Buffer::Backward), 3u);
+    EXPECT_EQ(out.SeekP(4, Buffer::Current, Buffer::Backward), 6u);
+    EXPECT_EQ(out.SeekP(7, Buffer::End, Buffer::Backward), 3u);
     EXPECT_EQ(out.Size(), 10u);
     out.Write("x", 1);
     EXPECT_EQ(out.SeekP(99), 4u) << "what the stream refuses moves nothing";

@@ -74,16 +74,11 @@ TEST_F(RangeTest, SeeksOnBothSidesStayBeforeTheEndOnly)
     };
     expect(Buffer::Beginning, Buffer::Forward, 100, 100);
     expect(Buffer::Beginning, Buffer::Forward, 101, REFUSED);
-    expect(Buffer::Beginning, Buffer::Forward, 0xFFFFFFFF, REFUSED);
     expect(Buffer::Beginning, Buffer::Backward, 0, REFUSED);
     expect(Buffer::End, Buffer::Forward, 0, 100);
-    expect(Buffer::End, Buffer::Forward, 0xFFFFFFFF, REFUSED);
     expect(Buffer::End, Buffer::Backward, 101, 0xFFFFFFFF);
-    expect(Buffer::End, Buffer::Backward, 201, REFUSED);
-    expect(Buffer::Current, Buffer::Forward, 60, 100);
     expect(Buffer::Current, Buffer::Forward, 61, REFUSED);
     expect(Buffer::Current, Buffer::Backward, 140, 0xFFFFFF9C);
-    expect(Buffer::Current, Buffer::Backward, 141, REFUSED);
 }
 
 TEST_F(RangeTest, ReadsFromBeforeItsBeginningAndWritesPastItsEnd)
@@ -157,9 +152,12 @@ TEST_F(ProgressTest, WritingReportsEachChunkThatWasAskedFor)
     EXPECT_EQ(m_ratios, (Ratios{0.4096, 0.8192}));
     EXPECT_EQ(out.Size(), 10000u);
 
+    out.UpdateChunk(1);
+    EXPECT_EQ(out.UpdateChunk(), 4096u);
     out.UpdateChunk(5000);
     out.Put(m_bytes.data(), 3000); // the threshold is still that of the old chunk
     out.Put(m_bytes.data(), 4999);
+    EXPECT_EQ(m_ratios.size(), 3u);
     out.Put(m_bytes.data(), 1);
     EXPECT_EQ(m_ratios, (Ratios{0.4096, 0.8192, 1, 1}));
 }
@@ -179,6 +177,7 @@ TEST_F(ProgressTest, ReadingReportsThePlaceBeforeTheRead)
     in.Read(m_bytes.data(), 20000);
     EXPECT_TRUE(m_ratios.empty());
     in.Read(m_bytes.data(), 20000);
+    in.Read(m_bytes.data(), 1); // too little for another report
     in.SeekG(10000);
     in.Read(m_bytes.data(), 20000); // already reported
     EXPECT_EQ(m_ratios, Ratios{0.4});

@@ -1,5 +1,6 @@
-// Random operations on a buffer and on a plain string must agree.
+// What is true of every buffer that can be read and written: random operations on it and on a plain string agree.
 #include <algorithm>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -7,7 +8,7 @@
 
 #include <KivFile/CFileBuffer.h>
 #include <KivFile/DiskBuffer.h>
-#include <KivFile/MemoryBuffer.h>
+#include <KivFile/StaticMemoryBuffer.h>
 
 #include "TemporaryDirectory.h"
 
@@ -16,57 +17,72 @@ namespace
 
 using Buffer = Kiv::BinaryStreamBufT<unsigned int>;
 
-// The two kinds differ in what becomes of a position behind the end: on disk it is taken for the end, in memory it
-// stays and a put fills the gap.
+// The kinds differ in what becomes of a position behind the end: on disk it is taken for the end, in memory it stays
+// and a put fills the gap, a fixed span has none.
 struct Model {
+    enum Kind { IN_MEMORY, ON_DISK, FIXED };
+
     unsigned int Size() const { return static_cast<unsigned int>(content.size()); }
 
     void SettlePut()
     {
-        put = isOnDisk ? std::min(put, Size()) : put;
+        put = kind == ON_DISK ? std::min(put, Size()) : put;
         content.resize(std::max(put, Size()));
     }
 
-    void Put(const std::string& bytes)
+    unsigned int Put(const std::string& bytes)
     {
         SettlePut();
-        content.resize(std::max<std::size_t>(Size(), put + bytes.size()));
-        content.replace(put, bytes.size(), bytes);
-        put += static_cast<unsigned int>(bytes.size());
+        const std::size_t n = kind == FIXED ? std::min<std::size_t>(bytes.size(), Size() - put) : bytes.size();
+        content.resize(std::max<std::size_t>(Size(), put + n));
+        content.replace(put, n, bytes, 0, n);
+        put += static_cast<unsigned int>(n);
+        return static_cast<unsigned int>(n);
     }
 
     std::string Get(unsigned int n)
     {
-        get = isOnDisk ? std::min(get, Size()) : get;
+        get = kind == ON_DISK ? std::min(get, Size()) : get;
         const std::string got = get < Size() ? content.substr(get, n) : "";
         get += static_cast<unsigned int>(got.size());
         return got;
     }
 
-    // The seeks return false where the buffer must throw.
-    bool SeekP(unsigned int target)
+    // Nothing where a seek is refused at once.
+    std::optional<unsigned int> Target(unsigned int position, unsigned int off, Buffer::Origin origin, bool forward)
     {
-        const bool isBehind = target > Size();
-        if (isBehind && !isOnDisk)
-            Put(std::string(target - Size(), '\0'));
-        put = target;
-        return !isBehind || !isOnDisk;
+        const std::uint64_t start = origin == Buffer::Beginning ? 0 : origin == Buffer::End ? Size() : position;
+        const bool leavesDisk =
+            kind == ON_DISK && origin == Buffer::Current && start + off > std::max(Size(), position);
+        if (forward ? start + off > 0xFFFFFFFF || leavesDisk : origin == Buffer::Beginning || off > start)
+            return {};
+        return static_cast<unsigned int>(forward ? start + off : start - off);
     }
 
-    bool SeekG(unsigned int target)
+    // The seeks return false where the buffer must throw.
+    bool SeekP(std::optional<unsigned int> target)
     {
-        get = target <= Size() || isOnDisk ? target : get;
-        return target <= Size();
+        const bool isRefused = !target || (*target > Size() && kind != IN_MEMORY);
+        if (target > Size() && kind == IN_MEMORY)
+            Put(std::string(*target - Size(), '\0'));
+        put = target && (!isRefused || kind == ON_DISK) ? *target : put;
+        return !isRefused;
+    }
+
+    bool SeekG(std::optional<unsigned int> target)
+    {
+        get = target && (*target <= Size() || kind == ON_DISK) ? *target : get;
+        return target && *target <= Size();
     }
 
     void ClearEnd()
     {
         SettlePut();
         content.resize(put);
-        get = isOnDisk ? std::min(get, Size()) : get;
+        get = kind == ON_DISK ? std::min(get, Size()) : get;
     }
 
-    bool isOnDisk;
+    Kind kind;
     std::string content{};
     unsigned int get = 0;
     unsigned int put = 0;
@@ -83,33 +99,55 @@ bool Succeeds(Seek seek)
     return true;
 }
 
+// What a copy of n bytes delivers, to text or to a buffer.
+std::string Copied(Buffer& buffer, unsigned int n, bool toBuffer)
+{
+    std::string text;
+    KivFile::MemoryBuffer target;
+    const unsigned int count =
+        toBuffer ? buffer.Copy(static_cast<Kiv::BaseBinaryStreamBuf&>(target), n) : buffer.Copy(text, n);
+    text = toBuffer ? ContentOf(target) : text;
+    return count == text.size() ? text : "a wrong count";
+}
+
 void RunAgainst(Buffer& buffer, Model model, unsigned int seed)
 {
     std::mt19937 random(seed);
     const auto below = [&random](unsigned int limit) { return static_cast<unsigned int>(random() % limit); };
-    for (int step = 0; step < 4000; ++step) {
+    for (int step = 0; step < 6000; ++step) {
         SCOPED_TRACE(testing::Message() << "seed " << seed << ", step " << step);
         const unsigned int dice = below(100);
         const unsigned int n = 1 + below(60);
-        const unsigned int target = below(model.Size() + 1 + (n > 50 ? 40 : 0));
-        if (dice == 0) {
+        const unsigned int off = below(model.Size() + 1 + (n > 50 ? 40 : 0));
+        const auto origin = static_cast<Buffer::Origin>(n % 3);
+        // What is not forward is backward.
+        const auto direction = n % 5 == 0   ? static_cast<Buffer::Direction>(7)
+                               : n % 2 == 0 ? Buffer::Backward
+                                            : Buffer::Forward;
+        const bool forward = direction == Buffer::Forward;
+        if (dice == 0 && model.kind != Model::FIXED) {
             buffer.Clear();
-            model = {model.isOnDisk};
-        } else if (dice < 3) {
+            model = {model.kind};
+        } else if (dice < 3 && model.kind != Model::FIXED) {
             buffer.ClearEnd();
             model.ClearEnd();
         } else if (dice < 40) {
-            const std::string bytes(n, static_cast<char>(step));
-            ASSERT_EQ(buffer.Put(bytes.data(), n), n);
-            model.Put(bytes);
-        } else if (dice < 70) {
+            std::string bytes(n, '?');
+            std::generate(bytes.begin(), bytes.end(), [i = step]() mutable { return static_cast<char>(i++); });
+            ASSERT_EQ(buffer.Put(bytes.data(), n), model.Put(bytes));
+        } else if (dice < 60) {
             std::string got(n, '?');
             got.resize(buffer.Get(got.data(), n));
             ASSERT_EQ(got, model.Get(n));
+        } else if (dice < 70) {
+            ASSERT_EQ(Copied(buffer, n, dice % 2 == 0), model.Get(n));
         } else if (dice < 85) {
-            ASSERT_EQ(Succeeds([&] { buffer.SeekG(target); }), model.SeekG(target));
+            const unsigned int any = dice == 84 ? 0xFFFFFFFF : off;
+            ASSERT_EQ(Succeeds([&] { buffer.SeekG(any, origin, direction); }),
+                      model.SeekG(model.Target(model.get, any, origin, forward)));
         } else {
-            ASSERT_EQ(Succeeds([&] { buffer.SeekP(target); }), model.SeekP(target));
+            ASSERT_EQ(Succeeds([&] { buffer.SeekP(off, origin, direction); }),
+                      model.SeekP(model.Target(model.put, off, origin, forward)));
         }
         ASSERT_EQ(buffer.Size(), model.Size());
         ASSERT_EQ(buffer.TellG(), model.get);
@@ -122,8 +160,15 @@ TEST(BufferModel, MemoryBufferAgreesWithAString)
 {
     for (const unsigned int blockSize : {1u, 7u, 64u, 1000u}) {
         KivFile::MemoryBuffer buffer(blockSize);
-        RunAgainst(buffer, {false}, blockSize);
+        RunAgainst(buffer, {Model::IN_MEMORY}, blockSize);
     }
+}
+
+TEST(BufferModel, StaticMemoryBufferAgreesWithAString)
+{
+    char memory[1000] = {};
+    KivFile::StaticMemoryBuffer buffer(memory, sizeof memory);
+    RunAgainst(buffer, {Model::FIXED, std::string(sizeof memory, '\0')}, 1);
 }
 
 TEST(BufferModel, DiskBufferAgreesWithAString)
@@ -131,7 +176,7 @@ TEST(BufferModel, DiskBufferAgreesWithAString)
     const TemporaryDirectory directory;
     for (const unsigned int cacheSize : {0u, 1u, 16u, 100u, 1000u}) {
         KivFile::DiskBuffer buffer(directory.Path(), 16, cacheSize);
-        RunAgainst(buffer, {true}, cacheSize);
+        RunAgainst(buffer, {Model::ON_DISK}, cacheSize);
     }
 }
 
@@ -158,13 +203,20 @@ TEST(BufferModel, FileBuffersDeliverWhatTheyWereGivenWhateverTheStaging)
         KivFile::ICFileBufferT<unsigned int> in(&file, capacity);
         in.SeekG(0);
         std::string bytes(70'000, '?');
-        while (!in.EndOfFile()) {
+        for (int step = 0; step < 2000; ++step) {
             const unsigned int position = in.TellG();
+            const unsigned int way = someBytes();
+            if (random() % 2 == 0 && way <= position)
+                ASSERT_EQ(in.SeekG(way, Buffer::Current, Buffer::Backward), position - way);
+            else if (way <= content.size() - position)
+                ASSERT_EQ(in.SeekG(way, Buffer::Current, Buffer::Forward), position + way);
+            else
+                in.SeekG(way, Buffer::End, Buffer::Backward);
+            const unsigned int start = in.TellG();
             const unsigned int n = someBytes();
-            ASSERT_EQ(content.compare(position, n, bytes, 0, in.Get(bytes.data(), n)), 0) << capacity;
-            in.SeekG(someBytes() % 20, Buffer::Current, Buffer::Forward);
+            ASSERT_EQ(content.compare(start, n, bytes, 0, in.Get(bytes.data(), n)), 0) << capacity;
+            ASSERT_EQ(in.EndOfFile(), in.TellG() == content.size());
         }
-        EXPECT_GE(in.TellG(), content.size());
     }
 }
 

@@ -39,25 +39,12 @@ TEST_F(FileBufferTest, SmallWritesReachTheFileInStagesOfTheCapacity)
     out.Write("zz", 2);
     EXPECT_EQ(out.TellP(), 7u);
     EXPECT_EQ(out.Size(), 14'096u) << "bytes staged inside the file do not lengthen it";
+    out.SeekP(14'096, Output::End, Output::Backward);
+    out.Write("y", 1);
     out.Flush();
     out.Write("lost", 4);
     m_file.Close();
-    EXPECT_EQ(m_directory.Content().substr(0, 12), "01234zz78901");
-}
-
-TEST_F(FileBufferTest, ASeekAfterAReadPastStagingFindsItsOwnBytes)
-{
-    m_directory.Make("0123456789abcdefghijklmnopqrstuvwxyz");
-    m_file.Open(File::OpenMode::Read);
-    Input in(&m_file, 8);
-    char bytes[20];
-    in.Read(bytes, 3);
-    in.Read(bytes, 20); // drains staging and goes on straight from the file
-    for (const unsigned int position : {16u, 3u, 23u}) {
-        in.SeekG(position);
-        in.Read(bytes, 1);
-        EXPECT_EQ(bytes[0], "0123456789abcdefghijklmnopqrstuvwxyz"[position]);
-    }
+    EXPECT_EQ(m_directory.Content().substr(0, 12), "y1234zz78901");
 }
 
 TEST_F(FileBufferTest, SeeksWithinStagingDoNotReadTheFileAgain)
@@ -99,7 +86,7 @@ TEST_F(FileBufferTest, MemoryIsCopiedToAFile)
     m_file.Open(File::OpenMode::Truncate);
     Output out(&m_file, 0);
     Kiv::BaseBinaryStreamBuf& target = out;
-    KivFile::MemoryBuffer(content.data(), 100'000, 40'000).Copy(target, 200'000);
+    KivFile::MemoryBuffer(content.data(), 100'000, 40'000).Copy(target, 100'000);
     KivFile::StaticMemoryBuffer(static_cast<const void*>(content.data()), 100'000).Copy(target, 200'000);
     m_file.Close();
     EXPECT_EQ(m_directory.Content(), content + content);

@@ -27,6 +27,9 @@ TEST(MemoryBuffer, BlocksAreMadeAndFreedWhole)
     buffer.ClearEnd();
     buffer.Clear();
     EXPECT_EQ(buffer.Capacity(), 2048u);
+    buffer.Write("old", 3);
+    buffer.SetFromBuffer("new", 3);
+    EXPECT_EQ(ContentOf(buffer), "new");
     buffer.SetFromBuffer(nullptr, 9);
     EXPECT_EQ(buffer.Size() + buffer.Capacity(), 0u);
 }
@@ -42,10 +45,10 @@ TEST(StaticMemoryBuffer, WideCopyReadsAtTwiceTheGetPositionAndNeverBehindTheSpan
     };
     StaticMemoryBuffer buffer(static_cast<const void*>("012345678"), 9);
     for (const auto& row : rows) {
-        Kiv::WString units;
+        Kiv::WString units(1, '#');
         buffer.SeekG(row.get);
         EXPECT_EQ(buffer.Copy(units, row.n), row.count) << row.get;
-        EXPECT_EQ(BytesOf(units), row.bytes) << row.get;
+        EXPECT_EQ(BytesOf(units), std::string("#\0", 2) + row.bytes) << row.get;
         EXPECT_EQ(buffer.TellG(), row.get + row.count);
     }
 }

@@ -16,13 +16,12 @@ using KivFile::DiskBuffer;
 class SpillFileTest : public testing::Test
 {
 protected:
-    // The number in the spill file's name; 0 when there is no file, -1 when its name is not as it must be.
+    // The number in the spill file's name; 0 when there is none of the name that it must have.
     int Number() const
     {
         const std::string name = m_directory.EntryName();
         const std::string start = "KivDiskBuffer-" + std::to_string(KivSys::GetCurrentProcessId()) + "-";
-        const bool fits = name.starts_with(start) && name.ends_with(".tmp");
-        return name.empty() ? 0 : fits ? std::stoi(name.substr(start.size())) : -1;
+        return name.starts_with(start) && name.ends_with(".tmp") ? std::stoi(name.substr(start.size())) : 0;
     }
 
     std::uintmax_t Length() const { return std::filesystem::file_size(m_directory.File(m_directory.EntryName())); }
@@ -30,33 +29,25 @@ protected:
     TemporaryDirectory m_directory;
 };
 
-std::string All(DiskBuffer& buffer)
-{
-    std::string all;
-    buffer.SeekG(0);
-    buffer.Copy(all, buffer.Size());
-    return all;
-}
-
 TEST_F(SpillFileTest, IsMadeWhenAPositionLeavesTheWindowAndNumberedAnew)
 {
     DiskBuffer buffer(m_directory.Path(), 16, 16);
     buffer.Write("fifteen letters", 15);
-    EXPECT_EQ(Number(), 0);
+    EXPECT_EQ(m_directory.EntryName(), "");
     buffer.Write("x", 1);
-    EXPECT_EQ(All(buffer), "fifteen lettersx");
-    EXPECT_EQ(Number(), 0) << "the content just fills the window";
+    EXPECT_EQ(ContentOf(buffer), "fifteen lettersx");
+    EXPECT_EQ(m_directory.EntryName(), "") << "the content just fills the window";
     buffer.Write("y", 1);
     const int number = Number();
     EXPECT_GT(number, 0);
     buffer.Clear();
     buffer.Write("fifteen letters", 15);
-    EXPECT_EQ(Number(), 0);
+    EXPECT_EQ(m_directory.EntryName(), "");
     DiskBuffer("", 16, 0).Write("another buffer's", 1);
     buffer.Write("more than sixteen letters", 25);
     EXPECT_EQ(Number(), number + 2);
     buffer.ClearMemory();
-    EXPECT_EQ(Number(), 0);
+    EXPECT_EQ(m_directory.EntryName(), "");
 }
 
 TEST_F(SpillFileTest, FlushLeavesADirtyWindowInMemory)
@@ -66,7 +57,7 @@ TEST_F(SpillFileTest, FlushLeavesADirtyWindowInMemory)
     buffer.Write("ijk", 3);
     buffer.Flush();
     EXPECT_EQ(Length(), 18u);
-    EXPECT_EQ(All(buffer), "0123456789abcdefghijk");
+    EXPECT_EQ(ContentOf(buffer), "0123456789abcdefghijk");
 }
 
 TEST_F(SpillFileTest, ClearEndForgetsAWindowThatLiesBehindTheNewSize)
@@ -82,7 +73,7 @@ TEST_F(SpillFileTest, ClearEndForgetsAWindowThatLiesBehindTheNewSize)
     buffer.SeekP(0);
     buffer.Write("b", 1);
     EXPECT_EQ(Length(), 10u);
-    EXPECT_EQ(All(buffer), "baaaaaaaaa");
+    EXPECT_EQ(ContentOf(buffer), "baaaaaaaaa");
 }
 
 TEST_F(SpillFileTest, ContentOutlivesAFileThatCannotBeMade)
@@ -93,7 +84,7 @@ TEST_F(SpillFileTest, ContentOutlivesAFileThatCannotBeMade)
     EXPECT_EQ(buffer.Size(), 4u);
     std::filesystem::create_directory(m_directory.File("missing"));
     buffer.Write("e", 1);
-    EXPECT_EQ(All(buffer), "abcde");
+    EXPECT_EQ(ContentOf(buffer), "abcde");
 }
 
 } // namespace

@@ -2,9 +2,8 @@
 
 #include <KivFile/MemoryBuffer.h>
 #include <KivFile/OLE/Storage.h>
-#include <KivFile/StaticMemoryBuffer.h>
-
 #include <documents/DocumentBuilder.h>
+#include <documents/Words.h>
 
 using namespace KivFile;
 using namespace KivFile::OLE;
@@ -27,6 +26,22 @@ struct CountingSource : Kiv::BinaryStreamBufWrapper {
     std::uint64_t bytes = 0;
 };
 
+struct OpenDocument {
+    explicit OpenDocument(std::string document) : bytes(std::move(document)) {}
+
+    std::string Properties() const
+    {
+        PropertyStorage::AllMap all;
+        storage.Properties(all);
+        return Words(all);
+    }
+
+    std::string bytes;
+    StaticMemoryBuffer memory = Over(bytes);
+    CountingSource source{memory};
+    Storage storage{"", source};
+};
+
 template <class NameOrId>
 std::string Read(const Storage& storage, const NameOrId& stream)
 {
@@ -37,32 +52,13 @@ std::string Read(const Storage& storage, const NameOrId& stream)
     return content;
 }
 
-struct OpenDocument {
-    explicit OpenDocument(std::string document) : bytes(std::move(document)) {}
-
-    std::string Title() const
-    {
-        PropertyStorage::AllMap all;
-        storage.Properties(all);
-        const auto found = all.find("Title");
-        return found == all.end() ? "" : Kiv::Utf8(found->second.AsWString());
-    }
-
-    std::string bytes;
-    StaticMemoryBuffer memory{static_cast<const void*>(bytes.data()), static_cast<unsigned int>(bytes.size())};
-    CountingSource source{memory};
-    Storage storage{"", source};
-};
-
-// The names of what lies in the document's root, or why it is refused.
+// The names of the streams in the document's root, or why it is refused.
 std::string Listing(const std::string& bytes)
 try {
-    const OpenDocument document(bytes);
     std::string names;
-    for (const auto* list : {&document.storage.Storages(), &document.storage.Streams()}) {
-        for (const Storage::Item& item : *list)
-            names += Kiv::Utf8(item.name) + ' ';
-    }
+    const OpenDocument document(bytes);
+    for (const Storage::Item& item : document.storage.Streams())
+        names += Kiv::Utf8(item.name) + ' ';
     return names;
 } catch (const NotAStorageOLEException&) {
     return "(not a storage)";
@@ -90,14 +86,17 @@ constexpr char16_t SUMMARY_NAME[] = u"\5SummaryInformation";
 
 TEST(CompoundDocument, StreamsOfAllSizesReadBackFromAllLayouts)
 {
-    const std::size_t sizes[] = {0, 1, 63, 64, 65, 512, 4095, 4096, 4097, 70000};
+    const std::size_t sizes[] = {0, 1, 63, 64, 65, 512, 4095, 4096, 4097, 33000, 70000};
+    const std::string title(7000, 't');
     for (const unsigned int layout : {9u, 10u, 12u, 109u, 110u, 112u}) {
         DocumentBuilder builder;
         builder.sectorShift = layout % 100;
         builder.isFragmented = layout > 100;
         for (char16_t name = u'a'; const std::size_t size : sizes)
             builder.AddStream(0, std::u16string(1, name++), Content(size));
+        builder.AddStream(0, SUMMARY_NAME, Summary(title));
         const OpenDocument document(builder.Build());
+        EXPECT_EQ(document.Properties(), "Title=" + title + '|') << layout;
         for (std::size_t i = 0; i < std::size(sizes); ++i) {
             const Storage::Item& item = document.storage.Streams().at(i);
             EXPECT_EQ(item.size, sizes[i]);
@@ -121,42 +120,47 @@ TEST(CompoundDocument, FieldsDecideWhatIsOpenedAndListed)
     builder.AddStream(0, std::u16string(32, u'x'), "x"); // with its terminator, longer than the field
     builder.AddStream(0, u"name", "x");
     const std::string valid = builder.Build();
-    const std::size_t length = builder.EntryOffset(2) + 64;
-    const std::size_t type = builder.EntryOffset(2) + 66;
-    const std::string other = std::string(32, 'x') + ' ';
-    const std::string both = other + "name ";
-    enum Field : std::size_t { SIGNATURE = 6, VERSION = 24, BYTE_ORDER_MARK = 28, SHIFT = 30, MINI_SHIFT = 32 };
+    const std::size_t length = builder.EntryOffset(2) + 64, type = length + 2;
+    const std::string other = std::string(32, 'x') + ' ', both = other + "name ";
+    const std::string corrupted = "(corrupted)", none = "(not a storage)";
+    // Without a FAT the first sector of the directory can still be read.
+    enum Field : std::size_t {
+        SIGNATURE = 6,
+        VERSION = 24,
+        BYTE_ORDER_MARK = 28,
+        SHIFT = 30,
+        MINI_SHIFT = 32,
+        FAT = 44
+    };
     const struct {
         std::size_t field;
-        std::uint16_t value;
+        std::vector<std::uint16_t> values;
         std::string listing;
     } rows[] = {
-        {SIGNATURE, 0xE0A1, "(not a storage)"},
-        {VERSION, 0xFFFF, both},
-        {BYTE_ORDER_MARK, 0xFEFF, "(corrupted)"},
-        {SHIFT, 8, "(corrupted)"},
-        {SHIFT, 13, "(corrupted)"},
-        {SHIFT, 32 + 9, both},
-        {MINI_SHIFT, 5, "(corrupted)"},
-        {MINI_SHIFT, 10, "(corrupted)"},
-        {MINI_SHIFT, 32 + 6, both},
-        {length, 0xFFFF, both},
-        {length, 40, both},
-        {length, 7, other + "nam "},
-        {length, 0, other},
-        {type, 0, other},
-        {type, 3, other},
-        {type, 5, other}, // a second root
-        {type, 6, other},
+        {SIGNATURE, {0xE0A1}, none},   {VERSION, {0xFFFF}, both}, {BYTE_ORDER_MARK, {0xFEFF}, corrupted},
+        {SHIFT, {8, 13}, corrupted},   {SHIFT, {32 + 9}, both},   {MINI_SHIFT, {5, 10}, corrupted},
+        {MINI_SHIFT, {32 + 6}, both},  {FAT, {0}, both},          {length, {0xFFFF, 40}, both},
+        {length, {7}, other + "nam "}, {length, {0}, other},      {type, {0, 3, 5, 6}, other}, // 5 is a second root
     };
-    for (const auto& row : rows) {
-        std::string bytes = valid;
-        Poke(bytes, row.field, row.value);
-        EXPECT_EQ(Listing(bytes), row.listing) << row.field << ": " << row.value;
+    for (const auto& [field, values, listing] : rows) {
+        for (const std::uint16_t value : values) {
+            std::string bytes = valid;
+            Poke(bytes, field, value);
+            EXPECT_EQ(Listing(bytes), listing) << field << ": " << value;
+        }
     }
+    for (const unsigned char invalid : {'\0', '\6'}) {
+        std::string bytes = valid;
+        Poke(bytes, type, invalid);
+        EXPECT_EQ(Read(OpenDocument(bytes).storage, 2u), "") << int{invalid};
+    }
+    std::string swapped = valid;
+    Poke(swapped, builder.EntryOffset(0) + 76, 2u);
+    Poke(swapped, builder.EntryOffset(2) + 68, 1u);
+    EXPECT_EQ(Listing(swapped), both) << "in the order of ids";
     std::string beta = valid;
     EXPECT_EQ(Listing(beta.replace(0, 8, "\x0E\x11\xFC\x0D\xD0\xCF\x11\xE0")), both);
-    EXPECT_EQ(Listing(valid.substr(0, 511)), "(not a storage)");
+    EXPECT_EQ(Listing(valid.substr(0, 511)), none);
     EXPECT_EQ(Listing(valid.substr(0, 512)), "");
 }
 
@@ -169,10 +173,9 @@ TEST(CompoundDocument, StoragesAreFoundByIdAndExactName)
     builder.AddStream(0, u"leaf", "root content");
     const OpenDocument document(builder.Build());
     const Storage& root = document.storage;
-    EXPECT_EQ(Kiv::Utf8(root.Name()), "Root Entry");
     EXPECT_EQ(Read(root, u"leaf"_w), "root content");
     const Kiv::SmartPtr<Storage> found = root.OpenStorage(u"Outer"_w)->OpenStorage(inner);
-    EXPECT_EQ(Kiv::Utf8(found->Name()), "Inner");
+    EXPECT_EQ(Kiv::Utf8(root.Name() + found->Name()), "Root EntryInner");
     EXPECT_EQ(Read(*found, u"leaf"_w), "leaf content");
     EXPECT_THROW((void)root.OpenStorage(u"outer"_w), StorageNotFoundOLEException);
     EXPECT_THROW((void)root.OpenStorage(inner), StorageNotFoundOLEException);
@@ -198,8 +201,7 @@ TEST(DamagedDocument, ChainsEndWhereTheyBreak)
         const char* what;
         std::size_t offset;
         std::uint32_t sector;
-        std::size_t streamBytes;
-        std::size_t miniBytes;
+        std::size_t streamBytes, miniBytes;
     } rows[] = {
         {"a sector that follows itself", builder.FATOffset(0), 0, 512, 100},
         {"a way back", builder.FATOffset(5), 2, 6 * 512, 100},
@@ -209,6 +211,7 @@ TEST(DamagedDocument, ChainsEndWhereTheyBreak)
         {"a sector that the document's end cuts", builder.FATOffset(2), CUT_SECTOR, 3 * 512 + 100, 100},
         {"a mini stream that follows itself", builder.FATOffset(8), 8, 4096, 100},
         {"a mini stream that leads into the stream", builder.FATOffset(8), 0, 4096, 100},
+        {"a mini stream that ends before its streams", rootStart + 4, 64, 4096, 64},
         {"a directory behind 4 GiB", 48, onceAround(48), 0, 0},
         {"a mini FAT behind 4 GiB", 60, onceAround(60), 4096, 0},
         {"a FAT behind 4 GiB", 76, onceAround(76), 0, 0},
@@ -227,6 +230,21 @@ TEST(DamagedDocument, ChainsEndWhereTheyBreak)
     }
 }
 
+// A chain through a sector that is not there goes on behind it, and the entries keep their ids.
+TEST(DamagedDocument, AMissingDirectorySectorCostsItsEntriesOnly)
+{
+    DocumentBuilder builder;
+    for (char16_t name = u'a'; name < u'l'; ++name)
+        builder.AddStream(0, std::u16string(1, name), Content(name));
+    std::string bytes = builder.Build();
+    const std::uint32_t second = Peek(bytes, 48) + 1;
+    Poke(bytes, builder.FATOffset(second - 1), 127u);
+    Poke(bytes, builder.FATOffset(127), second + 1);
+    const OpenDocument document(bytes);
+    for (std::uint32_t id = 1; id < 12; ++id)
+        EXPECT_EQ(Read(document.storage, id), id < 4 || id > 7 ? Content(u'a' + id - 1) : "") << id;
+}
+
 TEST(DamagedDocument, CutDocumentYieldsBeginningsOfItsStreams)
 {
     DocumentBuilder builder;
@@ -239,24 +257,18 @@ TEST(DamagedDocument, CutDocumentYieldsBeginningsOfItsStreams)
         const OpenDocument document(valid.substr(0, size));
         for (const std::uint32_t id : {1u, 2u})
             EXPECT_TRUE(Content(5000).starts_with(Read(document.storage, id))) << size;
-        (void)document.Title();
+        (void)document.Properties();
     }
 }
 
-TEST(HostileDocument, ClaimedTablesAreNotReservedAndListsOfOneSectorEnd)
+// A hundred DIFAT sectors, each of which lists the one FAT sector 1023 times.
+TEST(HostileDocument, ListsOfOneSectorEnd)
 {
-    std::string claims = DocumentBuilder().Build().substr(0, 512);
-    Poke(claims, 44, 0x20000u);
-    Poke(claims, 60, 0u);
-    Poke(claims, 64, 0xFFFFFFFFu);
-    EXPECT_EQ(Listing(claims), "");
-
     DocumentBuilder builder;
     builder.sectorShift = 12;
     const std::uint32_t id = builder.AddStream(0, u"stream", Content(300000));
     std::string bytes = builder.Build();
     const std::vector<std::uint32_t> repeated(1023, Peek(bytes, 76));
-    // A hundred DIFAT sectors, each of which lists the one FAT sector 1023 times.
     const std::uint32_t difatSector = Count(bytes.size() / 4096 - 1);
     for (std::uint32_t i = 1; i <= 100; ++i)
         bytes += BytesOf(repeated) + Bytes(difatSector + i);
@@ -278,8 +290,9 @@ TEST(HostileDocument, StoragesInsideThemselvesAreVisitedOnce)
     std::string bytes = builder.Build();
     for (const std::uint32_t target : {outer, inner, loop, 0u}) {
         Poke(bytes, builder.EntryOffset(loop) + 76, target); // the child of the innermost
-        Poke(bytes, builder.EntryOffset(loop) + 68, inner);  // and a way back among the siblings
-        EXPECT_EQ(OpenDocument(bytes).Title(), "inner title");
+        Poke(bytes, builder.EntryOffset(loop) + 68, inner);  // and ways back among the siblings
+        Poke(bytes, builder.EntryOffset(inner) + 72, loop);
+        EXPECT_EQ(OpenDocument(bytes).Properties(), "Title=inner title|");
     }
     EXPECT_EQ(OpenDocument(bytes).storage.OpenStorage(outer)->OpenStorage(inner)->Storages().size(), 2u);
 }
@@ -288,20 +301,20 @@ TEST(HostileDocument, StoragesInsideThemselvesAreVisitedOnce)
 TEST(HostileDocument, SharedChildrenAndSectorsAreNotReadOverAndOver)
 {
     DocumentBuilder builder;
-    std::vector<std::uint32_t> storages;
-    std::vector<std::uint32_t> streams{builder.AddStream(0, SUMMARY_NAME, Content(200000))};
+    const std::uint32_t first =
+        builder.AddStream(0, SUMMARY_NAME, PropertySet({{SUMMARY, Bytes(0u, 25000u) + std::string(200000, 'x')}}));
     for (int i = 0; i < 300; ++i) {
-        storages.push_back(builder.AddStorage(0, u"d"));
-        streams.push_back(builder.AddStream(0, u"\5x", "x"));
+        builder.AddStorage(0, u"d");
+        builder.AddStream(0, u"\5x", "x");
     }
     std::string bytes = builder.Build();
-    for (const std::uint32_t id : storages)
-        Poke(bytes, builder.EntryOffset(id) + 76, streams.front());
-    const std::string startAndSize = bytes.substr(builder.EntryOffset(streams.front()) + 116, 8);
-    for (const std::uint32_t id : streams)
-        bytes.replace(builder.EntryOffset(id) + 116, 8, startAndSize);
+    const std::string startAndSize = bytes.substr(builder.EntryOffset(first) + 116, 8);
+    for (std::uint32_t storage = first + 1; storage < first + 600; storage += 2) {
+        Poke(bytes, builder.EntryOffset(storage) + 76, first);
+        bytes.replace(builder.EntryOffset(storage + 1) + 116, 8, startAndSize);
+    }
     OpenDocument document(bytes);
-    EXPECT_EQ(document.Title(), "");
+    EXPECT_EQ(document.Properties(), "");
     EXPECT_LT(document.source.bytes, 4 * bytes.size());
 }
 
@@ -310,11 +323,10 @@ TEST(DocumentProperties, AreFoundInAllStoragesTheOuterFirst)
     DocumentBuilder builder;
     const std::uint32_t deep = builder.AddStorage(builder.AddStorage(0, u"first"), u"deep");
     builder.AddStream(deep, SUMMARY_NAME, Summary("deep"));
-    const std::uint32_t second = builder.AddStorage(0, u"second");
-    builder.AddStream(second, u"Contents", Summary("second"));
+    builder.AddStream(builder.AddStorage(0, u"second"), u"Contents", Summary("second"));
     builder.AddStream(0, u"\5broken", "no property set at all");
     builder.AddStream(0, u"SummaryInformation", Summary("not by this name"));
-    EXPECT_EQ(OpenDocument(builder.Build()).Title(), "second");
+    EXPECT_EQ(OpenDocument(builder.Build()).Properties(), "Title=second|");
     builder.AddStream(0, SUMMARY_NAME, Summary("own"));
-    EXPECT_EQ(OpenDocument(builder.Build()).Title(), "own");
+    EXPECT_EQ(OpenDocument(builder.Build()).Properties(), "Title=own|");
 }

@@ -33,15 +33,11 @@ std::string Bytes(Values... values)
     return bytes;
 }
 
-template <class Value>
-std::string BytesOf(const std::vector<Value>& values)
+// Of the values of a vector, or of the units of a UTF-16 text.
+template <class Values>
+std::string BytesOf(const Values& values)
 {
-    return {reinterpret_cast<const char*>(values.data()), values.size() * sizeof(Value)};
-}
-
-inline std::string Utf16(std::u16string_view text)
-{
-    return {reinterpret_cast<const char*>(text.data()), text.size() * 2};
+    return {reinterpret_cast<const char*>(values.data()), values.size() * sizeof values[0]};
 }
 
 // The sizes of everything made here fit the fields of the format.
@@ -73,28 +69,26 @@ public:
 
     std::string Build()
     {
-        m_FAT.clear();
-        m_bytes = Bytes(0xE11AB1A1E011CFD0ull, 0ull, 0ull, 0x0003003Eu, std::uint16_t{0xFFFE});
-        m_bytes.resize(SectorSize());
-        Poke(m_bytes, 30, static_cast<std::uint16_t>(sectorShift));
-        Poke(m_bytes, 32, std::uint16_t{6});
-        Poke(m_bytes, 56, CUTOFF);
-        const std::string miniFAT = PlaceStreams();
-        Poke(m_bytes, 60, AddChain(miniFAT));
-        Poke(m_bytes, 64, Count(SectorsFor(miniFAT.size())));
-        Poke(m_bytes, 48, AddChain(Directory()));
-        AddTables();
-        return m_bytes;
+        Space sectors{sectorShift, {}, {}}, miniSectors{MINI_SECTOR_SHIFT, {}, {}};
+        m_entries[0].content.clear();
+        for (Entry& entry : m_entries)
+            entry.start = AddChain(entry.content.size() < CUTOFF ? miniSectors : sectors, entry.content);
+        m_entries[0].content = miniSectors.bytes;
+        m_entries[0].start = AddChain(sectors, miniSectors.bytes);
+        const std::uint32_t miniFAT = AddChain(sectors, BytesOf(miniSectors.table));
+        m_directory = AddChain(sectors, Directory());
+        return WithTables(sectors, miniFAT, SectorsFor(miniSectors.table.size() * 4, SectorSize()));
     }
 
     // Where things lie in the document built last.
-    [[nodiscard]] std::size_t EntryOffset(std::uint32_t id) const { return Offset(Peek(m_bytes, 48)) + id * 128; }
-    [[nodiscard]] std::size_t FATOffset(std::uint32_t sector) const { return Offset(Peek(m_bytes, 76)) + sector * 4; }
+    [[nodiscard]] std::size_t EntryOffset(std::uint32_t id) const { return Offset(m_directory) + id * 128; }
+    [[nodiscard]] std::size_t FATOffset(std::uint32_t sector) const { return Offset(m_FAT) + sector * 4; }
     [[nodiscard]] std::size_t Offset(std::uint32_t sector) const { return (sector + 1) * SectorSize(); }
 
 private:
+    static constexpr std::uint32_t MINI_SECTOR_SHIFT = 6;
     static constexpr std::uint32_t CUTOFF = 4096;
-    static constexpr std::size_t HEADER_DIFAT_ENTRIES = 109;
+    static constexpr std::uint32_t HEADER_DIFAT = 109;
 
     struct Entry {
         std::u16string name;
@@ -103,6 +97,13 @@ private:
         std::uint32_t right = NONE;
         std::uint32_t child = NONE;
         std::uint32_t start = END;
+    };
+
+    // Sectors, and for each the one that follows it.
+    struct Space {
+        unsigned int shift;
+        std::string bytes;
+        std::vector<std::uint32_t> table;
     };
 
     // The parent's children hang in one line of right siblings.
@@ -117,50 +118,51 @@ private:
     }
 
     [[nodiscard]] std::size_t SectorSize() const { return std::size_t{1} << sectorShift; }
-    [[nodiscard]] std::size_t SectorsFor(std::size_t n) const { return (n + SectorSize() - 1) / SectorSize(); }
+    static std::uint32_t SectorsFor(std::size_t n, std::size_t size) { return Count((n + size - 1) / size); }
 
-    std::uint32_t AddChain(const std::string& content)
+    // Returns its first sector.
+    std::uint32_t AddChain(Space& space, const std::string& content) const
     {
-        const std::uint32_t first = Count(m_FAT.size());
-        const std::uint32_t count = Count(SectorsFor(content.size()));
+        const std::size_t size = std::size_t{1} << space.shift;
+        const std::uint32_t first = Count(space.table.size());
+        const std::uint32_t count = SectorsFor(content.size(), size);
         const auto place = [&](std::uint32_t i) { return first + (isFragmented && (i ^ 1) < count ? i ^ 1 : i); };
-        m_FAT.resize(first + count, END);
-        m_bytes.resize(m_bytes.size() + count * SectorSize());
+        space.table.resize(first + count, END);
+        space.bytes.resize(space.table.size() * size);
         for (std::uint32_t i = 0; i < count; ++i) {
-            content.copy(m_bytes.data() + Offset(place(i)), SectorSize(), i * SectorSize());
-            m_FAT[place(i)] = i + 1 < count ? place(i + 1) : END;
+            content.copy(space.bytes.data() + place(i) * size, size, i * size);
+            space.table[place(i)] = i + 1 < count ? place(i + 1) : END;
         }
         return count == 0 ? END : place(0);
     }
 
-    // Returns the mini FAT.
-    std::string PlaceStreams()
+    std::string WithTables(Space& sectors, std::uint32_t miniFAT, std::uint32_t miniFATSectors)
     {
-        std::string& miniStream = m_entries[0].content;
-        miniStream.clear();
-        std::vector<std::uint32_t> miniFAT;
-        for (std::size_t id = 1; id < m_entries.size(); ++id) {
-            Entry& entry = m_entries[id];
-            if (entry.content.size() >= CUTOFF) {
-                entry.start = AddChain(entry.content);
-            } else if (!entry.content.empty()) {
-                entry.start = Count(miniFAT.size());
-                miniStream += entry.content;
-                miniStream.resize((miniStream.size() + 63) / 64 * 64);
-                while (miniFAT.size() < miniStream.size() / 64)
-                    miniFAT.push_back(Count(miniFAT.size() + 1));
-                miniFAT.back() = END;
-            }
+        m_FAT = Count(sectors.table.size());
+
+        const std::size_t perSector = SectorSize() / 4;
+        std::uint32_t fatSectors = 0, difatSectors = 0;
+        while (fatSectors * perSector < m_FAT + fatSectors + difatSectors) {
+            ++fatSectors;
+            difatSectors = Count((std::max(fatSectors, HEADER_DIFAT) - HEADER_DIFAT + perSector - 2) / (perSector - 1));
         }
-        m_entries[0].start = AddChain(miniStream);
-        return BytesOf(miniFAT);
+        sectors.table.resize(m_FAT + fatSectors, 0xFFFFFFFD);
+        sectors.table.resize(m_FAT + fatSectors + difatSectors, 0xFFFFFFFC);
+        sectors.table.resize(fatSectors * perSector, NONE);
+        const std::vector<std::uint32_t> difat = DIFAT(fatSectors, difatSectors);
+        std::string header = Bytes(0xE11AB1A1E011CFD0ull, 0ull, 0ull, 0x0003003Eu, 0xFFFEu | sectorShift << 16,
+                                   MINI_SECTOR_SHIFT, 0u, 0u, fatSectors, m_directory, 0u, CUTOFF, miniFAT,
+                                   miniFATSectors, difatSectors == 0 ? END : m_FAT + fatSectors, difatSectors) +
+                             BytesOf(difat).substr(0, HEADER_DIFAT * 4);
+        header.resize(SectorSize());
+        return header + sectors.bytes + BytesOf(sectors.table) + BytesOf(difat).substr(HEADER_DIFAT * 4);
     }
 
     [[nodiscard]] std::string Directory() const
     {
         std::string directory;
         for (const Entry& entry : m_entries) {
-            std::string bytes = Utf16(entry.name);
+            std::string bytes = BytesOf(entry.name);
             bytes.resize(64);
             bytes += Bytes(static_cast<std::uint16_t>(entry.name.size() * 2 + 2), entry.type, '\0', NONE, entry.right,
                            entry.child);
@@ -170,41 +172,24 @@ private:
         return directory;
     }
 
-    void AddTables()
+    // The FAT's sectors. The last entry of each DIFAT sector is the next one's number.
+    [[nodiscard]] std::vector<std::uint32_t> DIFAT(std::uint32_t fatSectors, std::uint32_t difatSectors) const
     {
-        const std::size_t perSector = SectorSize() / 4;
-        std::size_t fatSectors = 0;
-        std::size_t difatSectors = 0;
-        while (fatSectors * perSector < m_FAT.size() + fatSectors + difatSectors) {
-            ++fatSectors;
-            difatSectors =
-                (std::max(fatSectors, HEADER_DIFAT_ENTRIES) - HEADER_DIFAT_ENTRIES + perSector - 2) / (perSector - 1);
-        }
-        const std::size_t fatSector = m_FAT.size();
-        const std::size_t difatSector = fatSector + fatSectors;
-        m_FAT.resize(difatSector, 0xFFFFFFFD);
-        m_FAT.resize(difatSector + difatSectors, 0xFFFFFFFC);
-        m_FAT.resize(fatSectors * perSector, NONE);
-
+        const std::uint32_t perSector = Count(SectorSize() / 4);
         std::vector<std::uint32_t> difat;
-        for (std::size_t sector = fatSector; sector < difatSector; ++sector) {
-            // The last entry of a DIFAT sector is the next one's number.
-            const std::size_t following = difat.size() + 1 - HEADER_DIFAT_ENTRIES;
-            if (difat.size() > HEADER_DIFAT_ENTRIES && following % perSector == 0)
-                difat.push_back(Count(difatSector + following / perSector));
-            difat.push_back(Count(sector));
-        }
-        difat.resize(HEADER_DIFAT_ENTRIES + difatSectors * perSector, NONE);
-        std::memcpy(m_bytes.data() + 76, difat.data(), HEADER_DIFAT_ENTRIES * 4);
-        m_bytes += BytesOf(m_FAT) + BytesOf(difat).substr(HEADER_DIFAT_ENTRIES * 4);
-        Poke(m_bytes, 44, Count(fatSectors));
-        Poke(m_bytes, 68, difatSectors == 0 ? END : Count(difatSector));
-        Poke(m_bytes, 72, Count(difatSectors));
+        for (std::uint32_t i = 0; i < fatSectors; ++i)
+            difat.push_back(m_FAT + i);
+        difat.resize(HEADER_DIFAT + difatSectors * (perSector - 1), NONE);
+        for (std::uint32_t i = 1; i <= difatSectors; ++i)
+            difat.insert(difat.begin() + HEADER_DIFAT + i * perSector - 1,
+                         i == difatSectors ? END : m_FAT + fatSectors + i);
+        return difat;
     }
 
     std::vector<Entry> m_entries{{u"Root Entry", {}, 5}};
-    std::vector<std::uint32_t> m_FAT;
-    std::string m_bytes;
+    // The first sectors of both.
+    std::uint32_t m_directory = 0;
+    std::uint32_t m_FAT = 0;
 };
 
 inline constexpr std::string_view SUMMARY("\xE0\x85\x9F\xF2\xF9\x4F\x68\x10\xAB\x91\x08\x00\x2B\x27\xB3\xD9", 16);
@@ -216,8 +201,7 @@ using Pairs = std::vector<std::pair<std::uint32_t, std::string>>;
 
 inline std::string Section(const Pairs& pairs)
 {
-    std::string list;
-    std::string values;
+    std::string list, values;
     for (const auto& [id, value] : pairs) {
         list += Bytes(id, Count(8 + pairs.size() * 8 + values.size()));
         values += value;
@@ -229,8 +213,7 @@ inline std::string Section(const Pairs& pairs)
 // A property set of sections, each with its format identifier.
 inline std::string PropertySet(const std::vector<std::pair<std::string_view, std::string>>& sections)
 {
-    std::string list;
-    std::string content;
+    std::string list, content;
     for (const auto& [id, section] : sections) {
         list += std::string(id) + Bytes(Count(28 + sections.size() * 20 + content.size()));
         content += section;

@@ -25,19 +25,6 @@ const std::string READING = "An error occurred while opening the read-only";
 const std::string WRITING = "An error occurred while opening the write-only";
 const std::string GETTING_VIEW = "An error occurred while getting a view of the";
 
-// How the text begins with which an operation fails, up to the file's name.
-template <class Exception, class Operation>
-std::string FailureOf(Operation operation)
-{
-    try {
-        operation();
-    } catch (const Exception& failure) {
-        const std::string text = Kiv::Utf8(failure.What());
-        return text.substr(0, text.find(" file "));
-    }
-    return "";
-}
-
 class MapFileTest : public testing::Test
 {
 protected:

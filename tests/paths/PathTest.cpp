@@ -201,6 +201,7 @@ TYPED_TEST(PathFile, IsItsOwnDirectoryWhereItIsOne)
 {
     const auto path = this->Of(this->m_directory.string());
     EXPECT_TRUE(path.IsDirectory() && !path.IsFile());
+    EXPECT_EQ(this->Ascii(this->Of("\\").Directory()), "\\");
     EXPECT_EQ(this->Ascii(path.Directory()), this->Ascii(*path) + "\\");
     EXPECT_EQ(this->Ascii(this->Of((this->m_directory / "f").string()).Directory()), this->Ascii(*path) + "\\");
 }

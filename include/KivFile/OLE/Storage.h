@@ -84,6 +84,11 @@ public:
         static constexpr std::size_t HEADER_SIZE = 512;
         static constexpr std::size_t DIRECTORY_ENTRY_SIZE = 128;
         using EntryBytes = std::array<unsigned char, DIRECTORY_ENTRY_SIZE>;
+        // A sector of the directory, and its place in the directory's chain.
+        struct DirectorySector {
+            std::uint32_t index;
+            std::uint32_t sector;
+        };
 
         void ReadHeader();
         [[nodiscard]] bool IsStructuredStorage() const;
@@ -97,7 +102,9 @@ public:
         [[nodiscard]] bool ReadFATSectors(const std::uint32_t* sectors, std::size_t n, std::uint32_t& left);
         void ReadMiniFAT();
         void ReadMiniStream() const;
-        [[nodiscard]] std::vector<std::uint32_t> FollowChain(std::uint32_t sector) const;
+        void ReadDirectoryChain();
+        template <class Use>
+        void FollowChain(std::uint32_t sector, Use use) const;
 
         [[nodiscard]] std::size_t EntriesPerSector() const { return std::size_t{1} << m_sectorShift >> 2; }
         [[nodiscard]] std::uint64_t SectorOffset(std::uint32_t sector) const
@@ -131,7 +138,7 @@ public:
         unsigned int m_miniSectorShift = 0;
         Kiv::FastVector<std::uint32_t> m_FAT;
         Kiv::FastVector<std::uint32_t> m_miniFAT;
-        std::vector<std::uint32_t> m_directoryChain;
+        std::vector<DirectorySector> m_directoryChain;
         // The entries read so far, as far as they are valid.
         mutable std::map<std::uint32_t, EntryBytes> m_directory;
         // Read with the first stream that lies in it.
