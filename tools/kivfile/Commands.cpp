@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <istream>
+#include <limits>
 #include <ostream>
 
 #include <CLI/CLI.hpp>
@@ -13,7 +14,9 @@
 #include "PathCommand.h"
 #include "Properties.h"
 #include "RemoveCommand.h"
+#include "SpaceCommand.h"
 #include "StringsCommands.h"
+#include "Text.h"
 #include "WalkCommand.h"
 
 namespace KivTool
@@ -51,6 +54,7 @@ public:
         AddExtract();
         AddWalk();
         AddRm();
+        AddSpace();
         AddPath();
         AddConfig();
         AddStrings();
@@ -197,6 +201,39 @@ private:
         command->add_option("PATH", m_remove.paths, "Files and directories")->required();
     }
 
+    void AddSpace()
+    {
+        CLI::App* command =
+            AddCommand("space", "kivfile space /var=5G /home=500M",
+                       "Prints for each directory whether it is short of room, the bytes that are available to the "
+                       "user, and those that it needs. The exit code is 1 when one is short or is no directory.",
+                       [this] {
+                           ReadNeeds();
+                           m_space.json = m_json;
+                           m_space.quiet = m_quiet;
+                           return PrintSpace(m_space, m_console);
+                       });
+        command->add_flag("--json", m_json, "Print one JSON object a line");
+        command
+            ->add_option("--watch", m_space.watchSeconds,
+                         "Report again every SECONDS seconds, until Ctrl-C; the exit code is that of the last report")
+            ->type_name("SECONDS")
+            ->check(CLI::Range(1u, std::numeric_limits<unsigned int>::max()));
+        command->add_option("DIR", m_needs, "A directory and what it needs; K, M, G and T are powers of 1024")
+            ->type_name("DIR=BYTES")
+            ->required();
+    }
+
+    void ReadNeeds()
+    {
+        for (const std::string& text : m_needs) {
+            std::optional<Need> need = ParseNeed(text);
+            if (!need)
+                throw CLI::ValidationError(PrintableFileName(text), "not of the form DIR=BYTES, such as /var=500M");
+            m_space.needs.push_back(std::move(*need));
+        }
+    }
+
     void AddPath()
     {
         CLI::App* command = AddCommand("path", "kivfile path \"C:/reports/../letter.doc\"",
@@ -293,10 +330,12 @@ private:
     bool m_json = false;
     std::string m_file;
     std::string m_stream;
+    std::vector<std::string> m_needs;
     PropertiesOptions m_properties;
     ExtractOptions m_extract;
     WalkOptions m_walk;
     RemoveOptions m_remove;
+    SpaceOptions m_space;
     PathOptions m_path;
     ConfigOptions m_config;
     StringsOptions m_strings;
