@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <optional>
-#include <stdexcept>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,15 +15,15 @@ namespace
 
 using Buffer = BinaryStreamBufT<unsigned int>;
 
-// Gives one piece of its script for each read, nothing when the script is at its end, and a failure for a piece that is
-// not there. Takes bytes until it is full. Every call to a protected operation is noted.
+// Gives one piece of its script for each read and nothing when the script is at its end. Takes bytes until it is full.
+// Every call to a protected operation is noted.
 class ScriptedBuffer : public Buffer
 {
 public:
-    explicit ScriptedBuffer(std::deque<std::optional<std::string>> script = {}) : reads(std::move(script)) {}
+    explicit ScriptedBuffer(std::deque<std::string> script = {}) : reads(std::move(script)) {}
     using Buffer::PutBack;
 
-    std::deque<std::optional<std::string>> reads;
+    std::deque<std::string> reads;
     std::string taken;
     unsigned int room = 1000000;
     mutable std::string calls;
@@ -48,9 +46,7 @@ protected:
         Note(("Get" + std::to_string(n)).c_str(), n);
         if (reads.empty())
             return 0;
-        if (!reads.front())
-            throw std::runtime_error("scripted failure");
-        std::string& piece = *reads.front();
+        std::string& piece = reads.front();
         const auto count = std::min(n, static_cast<unsigned int>(piece.size()));
         std::memcpy(dst, piece.data(), count);
         piece.erase(0, count);
@@ -71,14 +67,8 @@ protected:
 };
 
 struct Wrapper : BinaryStreamBufWrapper {
-    using BinaryStreamBufWrapper::BinaryStreamBufWrapper;
     explicit Wrapper(Buffer& buffer) : BinaryStreamBufWrapper(buffer) {}
 };
-
-std::string BytesOf(const WString& text)
-{
-    return {reinterpret_cast<const char*>(text.data()), 2 * text.size()};
-}
 
 std::string Get(Buffer& buffer, unsigned int n)
 {
@@ -89,27 +79,17 @@ std::string Get(Buffer& buffer, unsigned int n)
 
 } // namespace
 
-TEST(StreamBuffer, NothingAskedCallsNothing)
-{
-    ScriptedBuffer buffer({"abc"});
-    ScriptedBuffer target;
-    BinaryStreamT<unsigned int> stream(target);
-    std::string narrow;
-    WString wide;
-    EXPECT_EQ(buffer.Get(nullptr, 0) + buffer.Put(nullptr, 0) + buffer.Read(nullptr, 0) + buffer.Write(nullptr, 0), 0u);
-    EXPECT_EQ(buffer.Copy(narrow, 0) + buffer.Copy(wide, 0) + buffer.Copy(target, 0) + buffer.Copy(stream, 0), 0u);
-    EXPECT_EQ(buffer.calls + target.calls, "");
-}
-
-TEST(StreamBuffer, StrictFormsDoTheirPartAndThrow)
+TEST(StreamBuffer, StrictFormsDoTheirPartAndThrowAndNothingAskedCallsNothing)
 {
     ScriptedBuffer buffer({"abcdef"});
+    std::string narrow;
+    EXPECT_EQ(buffer.Read(nullptr, 0) + buffer.Write(nullptr, 0) + buffer.Copy(narrow, 0) + buffer.Copy(buffer, 0), 0u);
+    EXPECT_EQ(buffer.calls, "");
     char bytes[10] = {};
     EXPECT_THROW(buffer.Read(bytes, 10), BinaryStreamGetEOFException);
     EXPECT_STREQ(bytes, "abcdef");
     buffer.room = 4;
-    EXPECT_EQ(buffer.Write("123", 3), 3u);
-    EXPECT_THROW(buffer.Write("456", 3), BinaryStreamPutEOFException);
+    EXPECT_THROW(buffer.Write("12345", 5), BinaryStreamPutEOFException);
     EXPECT_EQ(buffer.taken, "1234");
 }
 
@@ -118,12 +98,10 @@ TEST(PutBackArea, PrependsIsFreedWhenReadAndDroppedBeforeTheBufferIsCleared)
     ScriptedBuffer buffer({"ef", "gh"});
     buffer.PutBack("Xcd", 3);
     EXPECT_EQ(Get(buffer, 1), "X");
-    EXPECT_EQ(buffer.PutBackIndex(), 1u);
     buffer.PutBack("ab", 2);
     EXPECT_EQ(Get(buffer, 3), "abc");
     EXPECT_EQ(buffer.calls, "");
     EXPECT_EQ(Get(buffer, 3), "def"); // the rest of it, then one read
-    EXPECT_EQ(buffer.PutBackIndex() + buffer.PutBackUnread(), 0u);
     buffer.PutBack("abc", 3);
     buffer.ClearMemory();
     EXPECT_EQ(buffer.calls, "Get2 Clear ClearMemory ");
@@ -134,55 +112,47 @@ TEST(PutBackArea, ComesFirstInEveryCopyAndStaysWhenItsTargetIsFull)
     ScriptedBuffer target;
     target.room = 4;
     BinaryStreamT<unsigned int> stream(target);
-    std::string narrow = "<";
+    std::string narrow;
     ScriptedBuffer buffer({"de", "fg", "hi"});
     buffer.PutBack("abc", 3);
-    EXPECT_EQ(buffer.Copy(narrow, 1), 1u);
-    EXPECT_EQ(buffer.Copy(target, 1), 1u);
+    EXPECT_EQ(buffer.Copy(narrow, 1) + buffer.Copy(target, 1), 2u);
     EXPECT_EQ(buffer.calls, "");
     EXPECT_EQ(buffer.Copy(stream, 3), 3u);
     EXPECT_EQ(target.taken, "bcde");
     buffer.PutBack("X", 1);
     EXPECT_THROW(buffer.Copy(target, 3), BinaryStreamPutEOFException);
     EXPECT_EQ(buffer.Copy(narrow, 100), 5u);
-    EXPECT_EQ(narrow, "<aXfghi");
+    EXPECT_EQ(narrow, "aXfghi");
 }
 
 TEST(WideCopy, JoinsThePutBackWithTheContentAndDropsOddEnds)
 {
     const struct {
         std::string putBack;
-        std::deque<std::optional<std::string>> reads;
+        std::deque<std::string> reads;
         unsigned int wanted, copied;
         std::string bytes;
     } rows[] = {
-        {"", {"abcde"}, 5, 5, "abcd"},  {"", {"abc", "de"}, 5, 5, "abde"}, // each piece loses its own odd end
-        {"ab", {"cd"}, 4, 4, "abcd"},   {"a", {"bcd"}, 4, 4, "abcd"},      {"abc", {"d", "ef"}, 6, 6, "abcdef"},
-        {"abc", {}, 4, 3, "ab"},        {"abc", {"d"}, 3, 3, "ab"},        {"abc", {"d"}, 1, 1, ""},
+        {"", {"abcde"}, 5, 5, "abcd"},        {"", {"abc", "de"}, 5, 5, "abde"}, // each piece loses its own odd end
+        {"abc", {"d", "ef"}, 6, 6, "abcdef"}, {"abc", {}, 4, 3, "ab"},
+        {"abc", {"d"}, 3, 3, "ab"},           {"abc", {"d"}, 1, 1, ""},
         {"abc", {"def"}, 5, 5, "abcd"},
     };
     for (const auto& row : rows) {
         ScriptedBuffer buffer(row.reads);
         buffer.PutBack(row.putBack.data(), static_cast<unsigned int>(row.putBack.size()));
-        WString out = u"<"_w;
+        WString out;
         EXPECT_EQ(buffer.Copy(out, row.wanted), row.copied) << row.bytes;
-        EXPECT_EQ(BytesOf(out.substr(1)), row.bytes);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(out.data()), 2 * out.size()), row.bytes);
     }
 }
 
-TEST(DefaultCopy, GoesInPiecesToTheFirstReadOfNothingOrAFailure)
+TEST(DefaultCopy, GoesInPiecesToTheFirstReadOfNothing)
 {
     ScriptedBuffer buffer({std::string(32768, 'a'), "short", "b"});
     std::string out;
     EXPECT_EQ(buffer.Copy(out, 70000), 32768u + 6);
-    EXPECT_EQ(buffer.Copy(out, 40), 0u);
-    EXPECT_EQ(buffer.calls, "Get32768 Get32768 Get32768 Get32768 Get40 ");
-    ScriptedBuffer failing({"abc", std::nullopt});
-    out.clear();
-    EXPECT_THROW(failing.Copy(out, 10), std::runtime_error);
-    EXPECT_EQ(out, "abc");
-    buffer.room = 2;
-    EXPECT_THROW(ScriptedBuffer({"abc"}).Copy(buffer, 3), BinaryStreamPutEOFException);
+    EXPECT_EQ(buffer.calls, "Get32768 Get32768 Get32768 Get32768 ");
 }
 
 TEST(BufferWrapper, PassesEveryOperationOn)
@@ -202,17 +172,4 @@ TEST(BufferWrapper, PassesEveryOperationOn)
     wrapper.ClearMemory();
     EXPECT_EQ(inner.calls, "Put Get3 TellP TellG Size SeekP SeekG EndOfFile Get2 Get1 Get1 Put Flush ClearEnd Clear "
                            "ClearMemory ");
-}
-
-TEST(BinaryStream, ValuesAreLittleEndian)
-{
-    ScriptedBuffer buffer({std::string("\x34\x12\x01", 3)});
-    BinaryStreamT<unsigned int> stream(buffer);
-    stream << std::uint16_t{0x1234} << 'c';
-    EXPECT_EQ(buffer.taken, std::string("\x34\x12") + 'c');
-    std::uint16_t value = 0;
-    bool flag = false;
-    stream >> value >> flag;
-    EXPECT_TRUE(value == 0x1234 && flag);
-    EXPECT_THROW(stream >> value, BinaryStreamGetEOFException);
 }

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include <gtest/gtest.h>
 
 #include "Folder.h"
@@ -9,16 +7,6 @@ namespace
 {
 
 using namespace KivSys;
-
-DWORD CodeOfMake(const std::string& path)
-{
-    return MakeDirectoryA(path.c_str()) == 0 ? DWORD{ErrorSuccess} : GetLastError();
-}
-
-DWORD CodeOfRemove(const std::string& path)
-{
-    return RemoveDirectoryA(path.c_str()) == 0 ? DWORD{ErrorSuccess} : GetLastError();
-}
 
 TEST(Searching, WildcardsFollowTheDosRules)
 {
@@ -30,21 +18,15 @@ TEST(Searching, WildcardsFollowTheDosRules)
         Names names;
         bool wineDiffers = false; // its dot is a dot of the name always, or never
     } rows[] = {
-        {"*", {"a", "a.txt", "B.TXT", "ab.c.txt", "noext", "x.t"}},
         {"*.*", {"a", "a.txt", "B.TXT", "ab.c.txt", "noext", "x.t"}},
         {"*.", {"a", "noext"}, true},
-        {"*.txt", {"a.txt", "B.TXT", "ab.c.txt"}},
         {"*.TXT", {"a.txt", "B.TXT", "ab.c.txt"}},
         {"*.t", {"x.t"}},
-        {"a*", {"a", "a.txt", "ab.c.txt"}},
         {"a*.*", {"a", "a.txt", "ab.c.txt"}, true},
-        {"?.txt", {"a.txt", "B.TXT"}},
         {"??.txt", {"a.txt", "B.TXT"}, true},
         {"?", {"a"}},
         {"a.*", {"a", "a.txt"}, true},
-        {"*c*", {"ab.c.txt"}},
         {"*.c.*", {"ab.c.txt"}},
-        {"A.TXT", {"a.txt"}},
         {"*.doc", {}},
         {"noext.", {"noext"}},
     };
@@ -72,37 +54,34 @@ TEST(Searching, FailuresHaveTheirCodesAndAnEmptyDirectoryHoldsOnlyDots)
     const Folder folder;
     EXPECT_EQ(Find(folder / "*"), Names());
     EXPECT_EQ(GetLastError(), ErrorNoMoreFiles);
-    FindDataA found;
-    EXPECT_EQ(FindFirstFileA((folder / "missing\\*").c_str(), &found, 0), InvalidHandle());
+    EXPECT_EQ(Find(folder / "missing\\*"), Names());
     EXPECT_EQ(GetLastError(), ErrorPathNotFound);
-    EXPECT_EQ(FindFirstFileA((folder / "missing").c_str(), &found, 0), InvalidHandle());
+    EXPECT_EQ(Find(folder / "missing"), Names());
     EXPECT_EQ(GetLastError(), ErrorFileNotFound);
-    WriteText(folder / "file", "");
-    EXPECT_EQ(FindFirstFileA((folder / "file\\*").c_str(), &found, 0), InvalidHandle());
-    EXPECT_FALSE(FindNextFileA(InvalidHandle(), &found));
-    EXPECT_EQ(GetLastError(), ErrorInvalidHandle);
 }
 
 TEST(Directories, AreMadeAndRemovedOrSayWhyNot)
 {
     const Folder folder;
+    const auto make = [](const char* path) { return MakeDirectoryA(path) == 0; };
+    const auto remove = [](const char* path) { return RemoveDirectoryA(path) == 0; };
+    const auto unlink = [](const char* path) { return UnlinkA(path) == 0; };
     WriteText(folder / "file", "");
-    EXPECT_EQ(CodeOfMake(folder / "sub\\"), ErrorSuccess) << "a separator at the end";
-    EXPECT_EQ(CodeOfMake(folder / "sub"), ErrorAlreadyExists);
-    EXPECT_EQ(CodeOfMake(folder / "file"), ErrorAlreadyExists);
-    EXPECT_EQ(CodeOfMake(folder / "a\\b"), ErrorPathNotFound);
-    EXPECT_EQ(CodeOfMake(folder / "file\\b"), ErrorPathNotFound);
-    EXPECT_EQ(GetFileAttributesA((folder / "sub\\").c_str()) & AttributeDirectory, AttributeDirectory);
-
-    WriteText(folder / "sub\\file", "");
-    EXPECT_EQ(CodeOfRemove(folder / "sub"), ErrorDirNotEmpty);
-    EXPECT_EQ(UnlinkA((folder / "sub").c_str()), -1);
-    EXPECT_EQ(GetLastError(), ErrorAccessDenied);
-    EXPECT_EQ(UnlinkA((folder / "sub\\file").c_str()), 0);
-    EXPECT_EQ(CodeOfRemove(folder / "file"), ErrorDirectory);
-    EXPECT_EQ(CodeOfRemove(folder / "missing"), ErrorFileNotFound);
-    EXPECT_EQ(CodeOfRemove(folder / "missing\\sub"), ErrorPathNotFound);
-    EXPECT_EQ(CodeOfRemove(folder / "sub\\"), ErrorSuccess);
+    const struct {
+        bool (*change)(const char* path);
+        const char* name;
+        DWORD error;
+    } rows[] = {
+        {make, "sub\\", ErrorSuccess},          {make, "sub", ErrorAlreadyExists},
+        {make, "file", ErrorAlreadyExists},     {make, "a\\b", ErrorPathNotFound},
+        {make, "file\\b", ErrorPathNotFound},   {make, "sub\\below", ErrorSuccess},
+        {remove, "sub", ErrorDirNotEmpty},      {unlink, "sub\\below", ErrorAccessDenied},
+        {remove, "sub\\below", ErrorSuccess},   {remove, "file", ErrorDirectory},
+        {remove, "missing", ErrorFileNotFound}, {remove, "missing\\sub", ErrorPathNotFound},
+        {remove, "sub\\", ErrorSuccess},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(CodeOf(row.change((folder / row.name).c_str())), row.error) << row.name << ' ' << row.error;
 }
 
 TEST(CurrentDirectory, HoldsRelativePathsHoweverDeepItIs)
@@ -112,21 +91,14 @@ TEST(CurrentDirectory, HoldsRelativePathsHoweverDeepItIs)
     std::string deep = folder.Path();
     for (int i = 0; i < (IsWine() ? 1 : 4); ++i) { // Wine and Windows keep a current directory to 260 characters
         deep += '\\' + std::string(100, static_cast<char>('a' + i));
-        ASSERT_EQ(CodeOfMake(deep), ErrorSuccess);
+        ASSERT_EQ(MakeDirectoryA(deep.c_str()), 0);
     }
-    std::string native = deep;
-    std::replace(native.begin(), native.end(), '\\', '/');
-    std::filesystem::current_path(native);
+    std::filesystem::current_path(PathForUser(deep));
     NarrowText current, full;
-    WideText wide;
     ASSERT_TRUE(GetCurrentDirectoryA(&current));
     EXPECT_TRUE(current.ends_with(deep.substr(deep.find("kiv-platform")))) << current;
-    ASSERT_TRUE(GetCurrentDirectoryW(&wide));
-    EXPECT_EQ(NarrowText(wide.begin(), wide.end()), current);
     ASSERT_TRUE(GetFullPathNameA("file", &full));
     EXPECT_EQ(full, current + "\\file");
-    ASSERT_TRUE(GetFullPathNameA(deep.c_str(), &full));
-    EXPECT_TRUE(full.ends_with(deep.substr(deep.find("kiv-platform")))) << full;
     std::filesystem::current_path(before);
     EXPECT_FALSE(GetFullPathNameA("", &full));
 }

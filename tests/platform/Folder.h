@@ -10,11 +10,11 @@
 class Folder
 {
 public:
-    Folder()
+    explicit Folder(const std::string& parent = KivSys::TemporaryDirectory())
     {
         static int count = 0;
-        m_path = KivSys::TemporaryDirectory() + "/kiv-platform-" + std::to_string(KivSys::GetCurrentProcessId()) + "-" +
-                 std::to_string(++count);
+        m_path =
+            parent + "/kiv-platform-" + std::to_string(KivSys::GetCurrentProcessId()) + "-" + std::to_string(++count);
         // An interrupted process of the same number may have left one.
         Remove();
         KivSys::MakeDirectoryA(m_path.c_str());
@@ -64,6 +64,11 @@ public:
 private:
     KivSys::HANDLE m_handle;
 };
+
+inline KivSys::DWORD CodeOf(bool isDone)
+{
+    return isDone ? KivSys::DWORD{KivSys::ErrorSuccess} : KivSys::GetLastError();
+}
 
 constexpr KivSys::DWORD ReadWrite = KivSys::DWORD{KivSys::GenericRead} | KivSys::GenericWrite;
 

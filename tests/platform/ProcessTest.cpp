@@ -10,8 +10,6 @@ using namespace KivSys;
 TEST(LocalTimes, EndWithTheYear3000)
 {
     std::tm time{};
-    EXPECT_TRUE(LocalTime(0, &time));
-    EXPECT_TRUE(time.tm_year == 70 || time.tm_year == 69);
     EXPECT_TRUE(LocalTime(32535215999, &time));
     EXPECT_TRUE(time.tm_year == 1100 || time.tm_year == 1101);
     EXPECT_FALSE(LocalTime(32535216000, &time));
@@ -20,9 +18,8 @@ TEST(LocalTimes, EndWithTheYear3000)
 
 TEST(ErrorTexts, AreOneLineAndFitTheBuffer)
 {
-    for (const DWORD code : {ErrorFileNotFound, ErrorPathNotFound, ErrorAccessDenied, ErrorNoMoreFiles, ErrorDiskFull,
-                             ErrorSharingViolation, ErrorBadNetPath, ErrorAlreadyExists}) {
-        WCHAR text[300];
+    WCHAR text[300];
+    for (const DWORD code : {ErrorFileNotFound, ErrorNoMoreFiles, ErrorDiskFull, ErrorSharingViolation}) {
         const DWORD length = FormatMessageW(code, text, 300);
         ASSERT_GT(length, 3u) << code;
         EXPECT_GT(text[length - 1], ' ') << code;
@@ -30,7 +27,6 @@ TEST(ErrorTexts, AreOneLineAndFitTheBuffer)
         EXPECT_EQ(FormatMessageW(code, text, 3), 3u);
         EXPECT_EQ(text[3], 0xBEEF) << code;
     }
-    WCHAR text[300];
     EXPECT_EQ(FormatMessageW(0x20001234, text, 300), 0u);
 }
 

@@ -9,20 +9,6 @@ namespace
 
 using namespace KivSys;
 
-constexpr DWORD Long = 20000;
-
-TEST(Events, OtherHandlesAreRefused)
-{
-    const Folder folder;
-    const Opened file(OpenFile(folder / "file", CreateNew));
-    const Opened event(CreateEventW(true));
-    EXPECT_FALSE(SetEvent(file));
-    EXPECT_EQ(GetLastError(), ErrorInvalidHandle);
-    EXPECT_EQ(GetFileSize(event, nullptr), InvalidFileSize);
-    EXPECT_EQ(WaitForSingleObject(nullptr, 0), DWORD{WaitFailed});
-    EXPECT_EQ(GetLastError(), ErrorInvalidHandle);
-}
-
 std::atomic<bool> s_cleanedUp = false;
 
 struct CleansUpSlowly {
@@ -42,7 +28,7 @@ TEST(Threads, TheEndComesAfterTheThreadsOwnVariables)
             return 0;
         },
         nullptr, "cleaner"));
-    EXPECT_EQ(WaitForSingleObject(thread, Long), DWORD{WaitObject0});
+    EXPECT_EQ(WaitForSingleObject(thread, 20000), DWORD{WaitObject0});
     EXPECT_TRUE(s_cleanedUp);
 }
 

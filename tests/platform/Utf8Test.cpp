@@ -51,10 +51,8 @@ TEST(Utf8, ConvertsBothWays)
     } rows[] = {
         {std::string(1, '\0'), {0}},
         {"\xC2\x80", {0x80}},
-        {"\xDF\xBF", {0x7FF}},
         {"\xE0\xA0\x80", {0x800}},
         {"\xED\x9F\xBF\xEE\x80\x80", {0xD7FF, 0xE000}},
-        {"\xEF\xBF\xBF", {0xFFFF}},
         {"\xF0\x90\x80\x80", {0xD800, 0xDC00}},
         {"\xF4\x8F\xBF\xBF", {0xDBFF, 0xDFFF}},
         // What is no UTF-8, each byte by itself.
@@ -63,7 +61,6 @@ TEST(Utf8, ConvertsBothWays)
         {"\xE0\x9F\xBF", {0xDCE0, 0xDC9F, 0xDCBF}},
         {"\xF0\x8F\xBF\xBF", {0xDCF0, 0xDC8F, 0xDCBF, 0xDCBF}},
         {"\xF4\x90\x80\x80", {0xDCF4, 0xDC90, 0xDC80, 0xDC80}},
-        {"\xF5", {0xDCF5}},
         {"\xE2\x82z", {0xDCE2, 0xDC82, 'z'}},
         {"\xE2\xC3\xA4", {0xDCE2, 0xE4}},
         // Surrogates that were encoded one by one.
@@ -71,7 +68,6 @@ TEST(Utf8, ConvertsBothWays)
         {"\xED\xA0\x80\xED\xAF\xBFz", {0xD800, 0xDBFF, 'z'}},
         {"\xED\xA0\x80\xF0\x90\x80\x80", {0xD800, 0xD800, 0xDC00}},
         {"\xED\xA0\x80\xED\xB0\x80", {0xDCED, 0xDCA0, 0xDC80, 0xDC00}},
-        {"\xED\xA0\x80\xFF", {0xDCED, 0xDCA0, 0xDC80, 0xDCFF}},
         {"\xED\xA0\x80\xED\xA0", {0xDCED, 0xDCA0, 0xDC80, 0xDCED, 0xDCA0}},
     };
     for (const auto& row : rows) {

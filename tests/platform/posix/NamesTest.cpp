@@ -38,32 +38,14 @@ TEST(Searching, LetterCaseIsIgnoredBeyondAsciiAndAWrittenNameWins)
     EXPECT_EQ(Find(folder / "Readme"), (Names{"readme", "README"}));
 }
 
-TEST(Searching, StoredAttributesAreReadUnlessLeftUnread)
+TEST(PosixAttributes, ReadOnlyGivesBackTheOwnersBit)
 {
     const Folder folder;
     WriteText(folder / "file", "");
-    ASSERT_TRUE(SetFileAttributesA((folder / "file").c_str(), AttributeSystem));
-    if (GetFileAttributesA((folder / "file").c_str()) != AttributeSystem)
-        GTEST_SKIP() << "no extended attributes in " << folder.Path();
-    const auto attributes = [&](DWORD flags) {
-        FindDataA found;
-        FindClose(FindFirstFileA((folder / "f*").c_str(), &found, flags));
-        return found.attributes;
-    };
-    EXPECT_EQ(attributes(0), DWORD{AttributeSystem});
-    EXPECT_EQ(attributes(FindBasicInfo), AttributeStoredUnread);
-}
-
-TEST(PosixAttributes, HiddenOnADotNameStaysAndReadOnlyGivesBackTheOwnersBit)
-{
-    const Folder folder;
-    WriteText(folder / ".dot", "");
-    EXPECT_TRUE(SetFileAttributesA((folder / ".dot").c_str(), AttributeNormal));
-    EXPECT_EQ(GetFileAttributesA((folder / ".dot").c_str()), DWORD{AttributeHidden});
-    const std::string native = folder.Path() + "/.dot";
+    const std::string native = folder.Path() + "/file";
     const auto mode = [&](DWORD attributes) {
         struct stat status;
-        EXPECT_TRUE(SetFileAttributesA((folder / ".dot").c_str(), attributes));
+        EXPECT_TRUE(SetFileAttributesA((folder / "file").c_str(), attributes));
         EXPECT_EQ(::stat(native.c_str(), &status), 0);
         return status.st_mode & 07777;
     };

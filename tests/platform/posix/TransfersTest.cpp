@@ -1,7 +1,6 @@
 // Copies and moves where file systems, links, devices and limits come in.
 #include <cerrno>
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -21,42 +20,21 @@ namespace
 using namespace KivSys;
 namespace fs = std::filesystem;
 
-// A directory on another file system than the test's folder; empty when the machine has none.
-class OtherVolume
-{
-public:
-    explicit OtherVolume(const Folder& folder)
-    {
-        struct stat here, there;
-        char path[] = "/dev/shm/kiv-platform-XXXXXX";
-        if (::stat(folder.Path().c_str(), &here) == 0 && ::stat("/dev/shm", &there) == 0 &&
-            here.st_dev != there.st_dev && ::mkdtemp(path) != nullptr)
-            m_path = path;
-    }
-    OtherVolume(const OtherVolume&) = delete;
-    OtherVolume& operator=(const OtherVolume&) = delete;
-    ~OtherVolume() { fs::remove_all(m_path); }
-
-    const std::string& Path() const { return m_path; }
-    std::string operator/(const std::string& name) const { return m_path + '\\' + name; }
-
-private:
-    std::string m_path;
-};
-
 TEST(MovingAcrossVolumes, TakesFilesAndLinksButNoDirectories)
 {
     const Folder folder;
-    const OtherVolume other(folder);
-    if (other.Path().empty())
+    const Folder other("/dev/shm");
+    struct stat here, there;
+    if (::stat(folder.Path().c_str(), &here) != 0 || ::stat(other.Path().c_str(), &there) != 0 ||
+        here.st_dev == there.st_dev)
         GTEST_SKIP() << "one volume only";
     WriteText(folder / "file", "text");
     ASSERT_EQ(::chmod((folder.Path() + "/file").c_str(), 0440), 0);
     fs::create_symlink("nowhere", fs::path(folder.Path()) / "link");
     ASSERT_EQ(MakeDirectoryA((folder / "sub").c_str()), 0);
     ASSERT_EQ(::mkfifo((folder.Path() + "/pipe").c_str(), 0600), 0);
-    const auto move = [&](const std::string& from, const std::string& to) {
-        return MoveFileA(from.c_str(), to.c_str()) ? DWORD{ErrorSuccess} : GetLastError();
+    const auto move = [](const std::string& from, const std::string& to) {
+        return CodeOf(MoveFileA(from.c_str(), to.c_str()));
     };
     EXPECT_EQ(RenameA((folder / "file").c_str(), (other / "file").c_str()), -1);
     EXPECT_EQ(GetLastError(), ErrorNotSameDevice);
@@ -86,8 +64,8 @@ TEST(PosixCopying, FollowsLinksLeavesDevicesAloneAndDropsLentRights)
     fs::create_symlink("from", root / "self");
     ASSERT_EQ(::chmod((root / "from").c_str(), 04750), 0);
     ASSERT_EQ(::mkfifo((root / "pipe").c_str(), 0600), 0);
-    const auto copy = [&](const std::string& from, const std::string& to) {
-        return CopyFileA(from.c_str(), to.c_str(), false) ? DWORD{ErrorSuccess} : GetLastError();
+    const auto copy = [](const std::string& from, const std::string& to) {
+        return CodeOf(CopyFileA(from.c_str(), to.c_str(), false));
     };
     EXPECT_EQ(copy(folder / "source link", folder / "target link"), ErrorSuccess);
     EXPECT_TRUE(fs::is_symlink(root / "target link"));
@@ -128,7 +106,7 @@ TEST(MovingDeathTest, ReplacesNothingWhereTheSystemCouldOnlyReplace)
     const auto moveAll = [&folder] {
         ForbidRenameat2();
         const auto code = [&](const char* from, const char* to) {
-            return MoveFileA((folder / from).c_str(), (folder / to).c_str()) ? DWORD{ErrorSuccess} : GetLastError();
+            return CodeOf(MoveFileA((folder / from).c_str(), (folder / to).c_str()));
         };
         int failures = ::renameat2(-1, "", -1, "", 1) == -1 && errno == EINVAL ? 0 : 100;
         failures += code("file", "taken") != ErrorAlreadyExists;
