@@ -15,6 +15,8 @@ class FileSystem : public Widths<T>
 {
 protected:
     using typename Widths<T>::Path;
+    static constexpr auto READ_ONLY = Path::ATTRIBUTE_READ_ONLY;
+    static constexpr auto HIDDEN = Path::ATTRIBUTE_HIDDEN;
 
     // The canonical text of a name in the folder, and its path.
     std::string In(const std::string& name) const { return KivFile::PathT<char>(m_folder / name).FullPath(); }
@@ -31,6 +33,13 @@ protected:
     {
         WriteText(m_folder / name, content);
         return At(name);
+    }
+
+    std::vector<Path> Entries(const std::string& name, const std::string& filter = "*.*") const
+    {
+        std::vector<Path> entries;
+        At(name).GetFileList(entries, this->Text(filter));
+        return entries;
     }
 
     Folder m_folder;

@@ -1,91 +1,42 @@
-// The commands, called as the program calls them.
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+// What all commands have in common, and those for documents.
+#include <chrono>
+#include <thread>
+#include <utility>
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include "platform/Platform.h"
-#include "tools/kivfile/Commands.h"
+#include "Tool.h"
 #include "tools/kivfile/EntryNames.h"
-#include "tools/kivfile/InOrder.h"
 #include "tools/kivfile/Text.h"
 
 namespace
 {
 
 using namespace Kiv::Literals;
-using Json = nlohmann::json;
-namespace fs = std::filesystem;
-
-const std::string SAMPLES = KIV_SAMPLES "/";
-
-struct Outcome {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-Outcome Call(const std::vector<std::string>& arguments, const std::string& input = "")
-{
-    std::istringstream in(input);
-    std::ostringstream out;
-    std::ostringstream err;
-    const int code = KivTool::Run(arguments, {in, out, err, false});
-    return {code, out.str(), err.str()};
-}
-
-std::string Content(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-std::vector<std::string> Lines(const std::string& text)
-{
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-class Tool : public testing::Test
-{
-protected:
-    Tool()
-    {
-        fs::remove_all(m_folder);
-        fs::create_directories(m_folder);
-    }
-    ~Tool() override { fs::remove_all(m_folder); }
-
-    std::string Write(const std::string& name, const std::string& content) const
-    {
-        std::ofstream(m_folder / name, std::ios::binary) << content;
-        return (m_folder / name).string();
-    }
-
-    fs::path m_folder = fs::temp_directory_path() / ("kivfile-tool-" + std::to_string(KivSys::GetCurrentProcessId()));
-};
 
 TEST_F(Tool, WrongCallsExitWith2AndPrintNothingOnStandardOutput)
 {
-    const std::vector<std::vector<std::string>> calls = {
+    const std::vector<Arguments> calls = {
         {},
         {"bogus"},
         {"props"},
         {"props", "--jobs", "0", "x"},
-        {"props", "--jobs", "many", "x"},
         {"props", "-", "-"},
         {"props", "-", "--files-from", "-"},
-        {"ls"},
-        {"cat", "x"},
-        {"extract", "x"},
         {"ls", "--bogus", "x"},
+        {"cat", "x"},
+        {"config", "get", "f", "s"},
+        {"config", "set", "f", "s", "k"},
+        {"config", "list", "f", "s", "k"},
+        {"strings", "add", "f"},
+        {"walk"},
+        {"rm"},
+        {"path"},
+        {"space"},
+        {"space", ".=0", "a=1P"},
+        {"space", "--watch", "0", ".=0"},
+        {"space", "--watch", "1.5", ".=0"},
+        {"space", "--watch", "4294967296", ".=0"},
     };
-    for (const auto& call : calls) {
+    for (const Arguments& call : calls) {
         const Outcome outcome = Call(call);
         EXPECT_EQ(outcome.code, 2) << testing::PrintToString(call);
         EXPECT_EQ(outcome.out, "");
@@ -95,39 +46,89 @@ TEST_F(Tool, WrongCallsExitWith2AndPrintNothingOnStandardOutput)
 
 TEST_F(Tool, HelpBeginsWithAnExample)
 {
-    for (const std::string command : {"props", "ls", "cat", "extract"}) {
-        const Outcome outcome = Call({command, "--help"});
+    for (const Arguments& command :
+         {Arguments{"props"}, {"ls"}, {"cat"}, {"extract"}, {"config", "set"}, {"strings", "add"}}) {
+        Arguments call = command;
+        call.push_back("--help");
+        const Outcome outcome = Call(call);
         EXPECT_EQ(outcome.code, 0);
-        EXPECT_TRUE(outcome.out.starts_with("Example: kivfile " + command)) << outcome.out;
+        EXPECT_TRUE(outcome.out.starts_with("Example: kivfile " + command.front())) << outcome.out;
     }
+}
+
+TEST_F(Tool, WhatIsNotThereExitsWith1AndNothingChanges)
+{
+    const std::string document = SAMPLES + "latin.doc";
+    const std::string file = Write("file", "[S]\nk = v\n");
+    const std::string none = User("none");
+    fs::create_directory(User("sub"));
+    Write("sub\\file", "");
+    const std::vector<Arguments> calls = {
+        {"cat", document, "Nothing"},
+        {"cat", document, "ObjectPool"},
+        {"cat", document, ""},
+        {"cat", document, "worddocument"},
+        {"props", "--files-from", none},
+        {"config", "get", file, "S", "x"},
+        {"config", "list", file, "x"},
+        {"config", "unset", file, "S", "x"},
+        {"config", "get", none, "S", "k"},
+        {"config", "unset", none, "S"},
+        {"strings", "list", none},
+        {"strings", "union", file, none},
+        {"strings", "minus", none, file},
+        {"strings", "remove", file, "x"},
+        {"walk", none},
+        {"walk", file},
+        {"walk", ""},
+        {"walk", "--resume-after", none, User(".")},
+        {"rm", none},
+        {"rm", "--force", none},
+        {"rm", ""},
+        {"rm", "./"},
+        {"rm", ".."},
+    };
+    const fs::path before = fs::current_path();
+    fs::current_path(User("sub")); // all that can be lost
+    for (const Arguments& call : calls) {
+        const Outcome outcome = Call(call);
+        EXPECT_EQ(outcome.code, 1) << testing::PrintToString(call);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(outcome.err.starts_with("kivfile: ")) << testing::PrintToString(call) << outcome.err;
+    }
+    fs::current_path(before);
+    EXPECT_EQ(Content("file"), "[S]\nk = v\n");
+    EXPECT_TRUE(fs::exists(User("sub\\file")) && Entries() == 2);
 }
 
 TEST_F(Tool, OneBadFileNeverStopsTheRestAndEachGetsOneClearError)
 {
-    const std::string missing = (m_folder / "missing.doc").string();
-    const std::vector<std::string> files = {
-        Write("empty", ""),
-        Write("garbage", std::string(4096, 'x')),
-        SAMPLES + "latin.doc",
-        missing,
-        m_folder.string(),
-        Write("damaged", std::string("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8) + std::string(600, '\0')),
-        SAMPLES + "cyrillic.xls"};
-    std::vector<std::string> call = {"props", "--json"};
-    call.insert(call.end(), files.begin(), files.end());
+    const std::string signature("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8);
+    const struct {
+        std::string file;
+        std::string error;
+    } rows[] = {
+        {Write("empty", ""), "NotAStorageOLEException"},
+        {Write("garbage", std::string(4096, 'x')), "NotAStorageOLEException"},
+        {SAMPLES + "latin.doc", ""},
+        {User("missing.doc"), "FileCannotOpenException"},
+        {User("."), "FileAccessDeniedException"},
+        {Write("damaged", signature + std::string(600, '\0')), "CorruptedStorageOLEException"},
+        {SAMPLES + "cyrillic.xls", ""},
+    };
+    Arguments call = {"props", "--json"};
+    for (const auto& row : rows)
+        call.push_back(row.file);
     const Outcome outcome = Call(call);
 
     EXPECT_EQ(outcome.code, 1);
     const std::vector<std::string> lines = Lines(outcome.out);
-    ASSERT_EQ(lines.size(), files.size());
-    const std::vector<std::string> classes = {
-        "NotAStorageOLEException",   "NotAStorageOLEException",      "", "FileCannotOpenException",
-        "FileAccessDeniedException", "CorruptedStorageOLEException", ""};
+    ASSERT_EQ(lines.size(), std::size(rows));
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const Json line = Json::parse(lines[i]);
-        EXPECT_EQ(line["file"], files[i]);
-        EXPECT_EQ(line.contains("error") ? line["error"]["class"] : "", classes[i]) << lines[i];
-        EXPECT_EQ(line.contains("properties"), classes[i].empty());
+        EXPECT_EQ(line["file"], rows[i].file);
+        EXPECT_EQ(line.contains("error") ? line["error"]["class"] : "", rows[i].error) << lines[i];
+        EXPECT_EQ(line.contains("properties"), rows[i].error.empty());
     }
     EXPECT_EQ(Lines(outcome.err).size(), 5u) << outcome.err;
     EXPECT_NE(outcome.err.find("empty: not a compound document\n"), std::string::npos) << outcome.err;
@@ -135,27 +136,19 @@ TEST_F(Tool, OneBadFileNeverStopsTheRestAndEachGetsOneClearError)
 
 TEST_F(Tool, JsonListsWellKnownPropertiesFirstWithTheirTypes)
 {
-    const Outcome outcome = Call({"props", "--json", SAMPLES + "latin.doc"});
-    const Json properties = Json::parse(outcome.out)["properties"];
-    const auto find = [&](const std::string& name) {
-        for (const Json& property : properties) {
-            if (property["name"] == name)
-                return property;
-        }
-        return Json();
-    };
-    EXPECT_EQ(properties[0],
-              Json::parse(R"({"name":"Title","type":"wstring","value":"Quarterly résumé – naïve façade"})"));
-    EXPECT_EQ(find("Done"), Json::parse(R"({"name":"Done","type":"bool","value":true})"));
-    EXPECT_EQ(find("Ratio"), Json::parse(R"({"name":"Ratio","type":"double","value":0.125})"));
-    EXPECT_EQ(find("CreationDate"),
-              Json::parse(R"({"name":"CreationDate","type":"datetime","value":"2019-03-14T15:09:26Z"})"));
+    const Json properties = Json::parse(Call({"props", "--json", SAMPLES + "latin.doc"}).out)["properties"];
+    EXPECT_EQ(properties[0]["name"], "Title");
+    for (const char* row :
+         {R"({"name":"Title","type":"wstring","value":"Quarterly résumé – naïve façade"})",
+          R"({"name":"Done","type":"bool","value":true})", R"({"name":"Ratio","type":"double","value":0.125})",
+          R"({"name":"CreationDate","type":"datetime","value":"2019-03-14T15:09:26Z"})"})
+        EXPECT_EQ(std::count(properties.begin(), properties.end(), Json::parse(row)), 1) << row;
 }
 
 TEST_F(Tool, JobsAndListsKeepInputOrder)
 {
     std::string list;
-    std::vector<std::string> call = {"props", "--json"};
+    Arguments call = {"props", "--json"};
     for (int i = 0; i < 40; ++i) {
         const std::string file = i % 5 == 0 ? Write("bad" + std::to_string(i), "bad") : SAMPLES + "many.xls";
         list += file + (i % 2 == 0 ? "\r\n" : "\n\n");
@@ -166,91 +159,96 @@ TEST_F(Tool, JobsAndListsKeepInputOrder)
     EXPECT_EQ(Lines(oneByOne.out).size(), 40u);
     EXPECT_EQ(fromList.out, oneByOne.out);
     EXPECT_EQ(fromList.err, oneByOne.err);
-    EXPECT_EQ(Call({"props", "--files-from", (m_folder / "none").string()}).code, 1);
-}
-
-TEST_F(Tool, StandardInputIsADocumentLikeAnyOther)
-{
-    const std::string sample = SAMPLES + "emoji.ppt";
-    const Outcome fromInput = Call({"ls", "-"}, Content(sample));
-    EXPECT_EQ(fromInput.code, 0);
-    EXPECT_EQ(fromInput.out, Call({"ls", sample}).out);
-    EXPECT_EQ(Call({"props", "-"}, "").code, 1);
 }
 
 TEST_F(Tool, EveryStreamThatLsPrintsCanBeGivenBackToCatAndIsWhatExtractWrites)
 {
     for (const std::string sample : {"latin.doc", "installer.msi", "emoji.ppt"}) {
-        const fs::path folder = m_folder / sample;
         const std::string file = SAMPLES + sample;
-        ASSERT_EQ(Call({"extract", file, folder.string()}).code, 0);
+        ASSERT_EQ(Call({"extract", file, User(sample)}).code, 0);
         std::size_t extracted = 0;
-        for (const auto& entry : fs::recursive_directory_iterator(folder))
+        for (const auto& entry : fs::recursive_directory_iterator(User(sample)))
             extracted += entry.is_regular_file() ? 1 : 0;
 
         const Json listing = Json::parse(Call({"ls", "--json", file}).out);
         EXPECT_EQ(listing["streams"].size(), extracted);
         for (const Json& stream : listing["streams"])
             EXPECT_EQ(Call({"cat", file, stream["path"]}).out.size(), stream["size"].get<std::size_t>()) << stream;
-        for (const std::string& line : Lines(Call({"ls", file}).out)) {
+        const std::string text = Call({"ls", file}).out;
+        for (const std::string& line : Lines(text)) {
             const std::string path = line.substr(19);
             EXPECT_EQ(Call({"cat", file, path}).code, path.ends_with('/') ? 1 : 0) << line;
         }
+        std::ifstream in(file, std::ios::binary);
+        EXPECT_EQ(Call({"ls", "-"}, std::string(std::istreambuf_iterator<char>(in), {})).out, text);
     }
-    EXPECT_EQ(Content(m_folder / "latin.doc" / "WordDocument"),
-              Call({"cat", SAMPLES + "latin.doc", "WordDocument"}).out);
-}
-
-TEST_F(Tool, CatOfWhatIsNotThereExitsWith1)
-{
-    for (const std::string path : {"Nothing", "ObjectPool", "a/b", "", "worddocument"}) {
-        const Outcome outcome = Call({"cat", SAMPLES + "latin.doc", path});
-        EXPECT_EQ(outcome.code, 1) << path;
-        EXPECT_EQ(outcome.out, "");
-    }
+    EXPECT_EQ(Content("latin.doc\\WordDocument"), Call({"cat", SAMPLES + "latin.doc", "WordDocument"}).out);
 }
 
 TEST_F(Tool, ExtractOverwritesNothingWithoutForce)
 {
     const std::string sample = SAMPLES + "many.xls";
-    const std::string kept = Write("Workbook", "mine");
-    const Outcome refused = Call({"extract", sample, m_folder.string()});
+    Write("Workbook", "mine");
+    const Outcome refused = Call({"extract", sample, User(".")});
     EXPECT_EQ(refused.code, 1);
-    EXPECT_EQ(Content(kept), "mine");
+    EXPECT_EQ(Content("Workbook"), "mine");
     EXPECT_EQ(Lines(refused.err).size(), 1u) << refused.err;
 
-    EXPECT_EQ(Call({"extract", "--force", sample, m_folder.string()}).code, 0);
-    EXPECT_EQ(Content(kept), Call({"cat", sample, "Workbook"}).out);
+    EXPECT_EQ(Call({"extract", "--force", sample, User(".")}).code, 0);
+    EXPECT_EQ(Content("Workbook"), Call({"cat", sample, "Workbook"}).out);
 }
 
 TEST_F(Tool, ACutStreamIsPrintedAsFarAsItGoesAndReported)
 {
-    std::string document = Content(SAMPLES + "latin.doc");
+    fs::copy(SAMPLES + "latin.doc", User("cut.doc"));
+    std::string document = Content("cut.doc");
     const std::size_t entry = document.find(std::string("W\0o\0r\0d\0D\0", 10));
     ASSERT_NE(entry, std::string::npos);
     document[entry + 122] = 1; // the declared size grows by 64 KiB, which no sector holds
     const std::string file = Write("cut.doc", document);
-    const Outcome outcome = Call({"cat", file, "WordDocument"});
-    EXPECT_TRUE(outcome.out.starts_with(Call({"cat", SAMPLES + "latin.doc", "WordDocument"}).out));
-    EXPECT_EQ(Call({"extract", file, (m_folder / "parts").string()}).err.find("cut short") != std::string::npos, true);
-    EXPECT_EQ(outcome.code, 1);
-    EXPECT_NE(outcome.err.find("cut short"), std::string::npos) << outcome.err;
+    const Outcome printed = Call({"cat", file, "WordDocument"});
+    EXPECT_TRUE(printed.out.starts_with(Call({"cat", SAMPLES + "latin.doc", "WordDocument"}).out));
+    for (const Outcome& outcome : {printed, Call({"extract", file, User("parts")})}) {
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_NE(outcome.err.find("cut short"), std::string::npos) << outcome.err;
+    }
+}
+
+// Takes longer than a second for what it is given first.
+class SlowOutput : public std::stringbuf
+{
+    std::streamsize xsputn(const char* bytes, std::streamsize n) override
+    {
+        if (!std::exchange(m_hasBegun, true))
+            std::this_thread::sleep_for(std::chrono::milliseconds(1050));
+        return std::stringbuf::xsputn(bytes, n);
+    }
+
+    bool m_hasBegun = false;
+};
+
+TEST_F(Tool, LongWorkShowsABarOnATerminalAndTakesItAwayUnlessItIsQuiet)
+{
+    for (const std::string option : {"--", "--quiet"}) {
+        const Outcome outcome = Call({"cat", option, SAMPLES + "latin.doc", "WordDocument"}, "", SlowOutput(), true);
+        const std::string end = "/" + std::to_string(outcome.out.size()) + "\r\x1B[K";
+        EXPECT_EQ(outcome.err.starts_with("\r[#"), option == "--") << outcome.err;
+        EXPECT_EQ(outcome.err.ends_with(end), option == "--") << outcome.err;
+    }
 }
 
 TEST(EntryNames, BecomeOneSafeComponentThatStaysDifferentFromAllOthers)
 {
-    struct Row {
+    const struct {
         Kiv::WString name;
         std::string file;
-    };
-    const std::vector<Row> rows = {
+    } rows[] = {
         {u"plain"_w, "plain"},
         {u"PLAIN"_w, "PLAIN~2"},
         {u"plain~2"_w, "plain~2~2"},
         {u"\u0005SummaryInformation"_w, "%05SummaryInformation"},
         {u"../../etc/passwd"_w, "..%2F..%2Fetc%2Fpasswd"},
         {u"..\\x"_w, "..%5Cx"},
-        {u"."_w, "%2E"},
         {u".."_w, "%2E%2E"},
         {u"C:x"_w, "C%3Ax"},
         {u"end. ."_w, "end%2E%20%2E"},
@@ -265,10 +263,8 @@ TEST(EntryNames, BecomeOneSafeComponentThatStaysDifferentFromAllOthers)
         {Kiv::WString{u'a', 0xF05C}, "a%EF%81%9C"},
     };
     KivTool::SafeNames names;
-    for (const Row& row : rows) {
-        const std::string file = Kiv::Utf8(Kiv::WideFromNarrow(names.Add(row.name)));
-        EXPECT_EQ(file, row.file) << Kiv::Utf8(row.name);
-    }
+    for (const auto& row : rows)
+        EXPECT_EQ(Kiv::Utf8(Kiv::WideFromNarrow(names.Add(row.name))), row.file);
 }
 
 TEST(EntryNames, ComeBackFromAPathAsTheyWere)
@@ -287,21 +283,6 @@ TEST(PrintableText, LetsNothingDriveATerminal)
     EXPECT_EQ(KivTool::Printable(u"a\u001B[2J\u009B\n\u007F\u2028"_w), "a\\x1B[2J\\x9B\\x0A\\x7F\\u2028");
     EXPECT_EQ(KivTool::Printable(Kiv::WString{0xD83D, 0xDE80, 0xD83D, u'x'}), "\U0001F680\\uD83Dx");
     EXPECT_EQ(KivTool::PrintableLines(u"a\r\nb\rc\n"_w, "  "), "a\n  b\\x0Dc\n  ");
-}
-
-TEST(InOrder, ResultsComeInOrderWhateverTheirDuration)
-{
-    std::vector<std::size_t> order;
-    KivTool::ForEachInOrder<std::size_t>(
-        200, 8,
-        [](std::size_t i) {
-            if (i % 7 == 0)
-                std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            return i;
-        },
-        [&](std::size_t i) { order.push_back(i); });
-    ASSERT_EQ(order.size(), 200u);
-    EXPECT_TRUE(std::ranges::is_sorted(order));
 }
 
 } // namespace

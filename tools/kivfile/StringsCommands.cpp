@@ -32,17 +32,18 @@ void Add(PersistentStringSet& set, const std::string& string)
     set.Set().insert(string);
 }
 
-// Returns whether every string to be removed was there.
-bool Apply(StringsEdit edit, PersistentStringSet& set, const std::vector<std::string>& operands)
+// Returns the strings that were to be removed and were not there.
+std::vector<std::string> Apply(StringsEdit edit, PersistentStringSet& set, const std::vector<std::string>& operands)
 {
-    bool isComplete = true;
+    std::vector<std::string> missing;
     for (const std::string& operand : operands) {
         switch (edit) {
         case StringsEdit::Add:
             Add(set, operand);
             break;
         case StringsEdit::Remove:
-            isComplete = set.Set().erase(operand) != 0 && isComplete;
+            if (set.Set().erase(operand) == 0)
+                missing.push_back(operand);
             break;
         case StringsEdit::Union:
             set += Read(operand);
@@ -52,20 +53,33 @@ bool Apply(StringsEdit edit, PersistentStringSet& set, const std::vector<std::st
             break;
         }
     }
-    return isComplete;
+    return missing;
 }
 
-// An empty set leaves the new file as it is made: empty.
+void ThrowMissing(const std::vector<std::string>& missing)
+{
+    std::string names;
+    for (const std::string& string : missing)
+        names += ' ' + PrintableFileName(string);
+    throw ToolError{"no such string:" + names};
+}
+
+// A set that stays the same leaves the file alone. An empty one leaves a new file as it is made: empty.
 int Edit(StringsEdit edit, const StringsOptions& options)
 {
     EditedFile file(options.file);
     PersistentStringSet set;
     if (file.Exists() || edit != StringsEdit::Add)
         set = Read(options.file);
-    const bool isComplete = Apply(edit, set, options.operands);
-    set.Save(file.WorkFile());
-    file.Commit();
-    return isComplete ? AllWell : SomethingFailed;
+    const auto before = set.Set();
+    const std::vector<std::string> missing = Apply(edit, set, options.operands);
+    if (!file.Exists() || set.Set() != before) {
+        set.Save(file.WorkFile());
+        file.Commit();
+    }
+    if (!missing.empty())
+        ThrowMissing(missing);
+    return AllWell;
 }
 
 int Run(const StringsOptions& options, const Console& console, const std::function<int()>& action)
