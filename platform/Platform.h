@@ -397,7 +397,6 @@ bool ResetEvent(HANDLE event);
 // end the thread. The name (ASCII) is what a debugger shows.
 using ThreadStart = DWORD (*)(void* parameter);
 HANDLE CreateThread(ThreadStart start, void* parameter, const char* name);
-DWORD GetCurrentThreadId();
 
 // Waits for an event or a thread.
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);

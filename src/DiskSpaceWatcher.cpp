@@ -27,14 +27,15 @@ struct WatchedPath {
     {
         PathT<char> directory(path);
         std::uint64_t available = 0;
-        // Enough room settles it, whatever lies there: one call of the system instead of three. It is not told of every
-        // directory in this form.
-        if (!KivSys::GetDiskFreeSpaceExA(directory.FullPath().c_str(), &available)) {
-            available = directory.GetAvailableDiskSpace();
-            directory.ClearAttributes();
-        }
-        // Asked last, so that what is gone by now is not short of space.
-        if (available < required && directory.IsDirectory())
+        // Enough room settles it, whatever lies there: one call of the system instead of three.
+        if (KivSys::GetDiskFreeSpaceExA(directory.FullPath().c_str(), &available) && available >= required)
+            return;
+        if (!directory.IsDirectory())
+            return;
+        available = directory.GetAvailableDiskSpace();
+        // No room at all is also what is said of a directory that is gone by now.
+        directory.ClearAttributes();
+        if (available < required && (available > 0 || directory.IsDirectory()))
             shortages.emplace_back(path, available, required);
     }
 };
@@ -51,13 +52,13 @@ public:
 
     void Add(const std::string& path, std::uint64_t required)
     {
-        const CriticalSection::Lock lock(m_lock);
+        const CriticalSection::Lock lock(m_entriesLock);
         m_entries.push_back({path, required});
     }
 
     void Remove(const std::string& path)
     {
-        const CriticalSection::Lock lock(m_lock);
+        const CriticalSection::Lock lock(m_entriesLock);
         const auto found = std::find_if(m_entries.begin(), m_entries.end(), [&path](const WatchedPath& entry) {
             return Kiv::NoCase::IsEqual(entry.path, path);
         });
@@ -67,7 +68,7 @@ public:
 
     void Clear()
     {
-        const CriticalSection::Lock lock(m_lock);
+        const CriticalSection::Lock lock(m_entriesLock);
         m_entries.clear();
     }
 
@@ -85,7 +86,7 @@ private:
     Notifications Look()
     {
         Notifications shortages;
-        const CriticalSection::Lock lock(m_lock);
+        const CriticalSection::Lock lock(m_entriesLock);
         for (const WatchedPath& entry : m_entries)
             entry.Look(shortages);
         return shortages;
@@ -101,8 +102,8 @@ private:
 
     const Kiv::SmartPtr<KivThread::Function> m_callback;
     const std::uint64_t m_interval; // milliseconds
-    CriticalSection m_lock{WATCHER_SPIN_COUNT};
-    std::vector<WatchedPath> m_entries; // guarded by the lock
+    CriticalSection m_entriesLock{WATCHER_SPIN_COUNT};
+    std::vector<WatchedPath> m_entries; // guarded by it
 };
 
 DiskSpaceWatcher::DiskSpaceWatcher(const Kiv::SmartPtr<KivThread::Function>& callback, unsigned int intervalSeconds)

@@ -21,7 +21,7 @@ public:
     void Add(const std::vector<DeviceEvent>& events)
     {
         {
-            const CriticalSection::Lock lock(m_lock);
+            const CriticalSection::Lock lock(m_queueLock);
             m_queue.insert(m_queue.end(), events.begin(), events.end());
         }
         Wake();
@@ -43,7 +43,7 @@ private:
     bool TakeEvents()
     {
         if (m_taken.empty()) {
-            const CriticalSection::Lock lock(m_lock);
+            const CriticalSection::Lock lock(m_queueLock);
             m_taken.swap(m_queue);
         }
         return !m_taken.empty();
@@ -71,21 +71,12 @@ private:
     }
 
     ObserverCallInterface& m_observer;
-    CriticalSection m_lock{WATCHER_SPIN_COUNT};
-    std::deque<DeviceEvent> m_queue; // guarded by the lock
+    CriticalSection m_queueLock{WATCHER_SPIN_COUNT};
+    std::deque<DeviceEvent> m_queue; // guarded by it
     // What was in the queue when the worker last looked: older than all that is there now. Only the worker touches it,
     // and the next turn goes on with what one leaves.
     std::deque<DeviceEvent> m_taken;
 };
-
-namespace
-{
-
-// Part of the count from the moment in which the last reference goes: those that handlers take and drop while the
-// worker is waited for delete nothing.
-constexpr std::int32_t IS_ENDING = std::int32_t{1} << 30;
-
-} // namespace
 
 ObserverCallInterface::ObserverCallInterface() : m_worker(std::make_shared<EventWorker>(*this)) {}
 
@@ -114,26 +105,10 @@ void ObserverCallInterface::WaitForWorker()
     m_worker->Wait();
 }
 
-std::int32_t ObserverCallInterface::AddRef() const noexcept
+void ObserverCallInterface::Destroy(const ObserverCallInterface* observer)
 {
-    return ++m_count & ~IS_ENDING;
-}
-
-std::int32_t ObserverCallInterface::Release() const noexcept
-{
-    std::int32_t count = m_count;
-    while (!m_count.compare_exchange_weak(count, count == 1 ? IS_ENDING : count - 1)) {
-    }
-    if (count != 1)
-        return (count - 1) & ~IS_ENDING;
-    m_worker->Close();
-    delete this;
-    return 0;
-}
-
-std::int32_t ObserverCallInterface::NbRef() const noexcept
-{
-    return m_count & ~IS_ENDING;
+    observer->m_worker->Close();
+    delete observer;
 }
 
 } // namespace KivFile

@@ -308,7 +308,7 @@ void PathT<T>::Delete(bool force)
     DeleteOne(force, false);
 }
 
-// isFresh says that what is remembered was read a moment ago.
+// isFresh says that what is remembered was read just now, with the directory that lists the path.
 template <class T>
 void PathT<T>::DeleteOne(bool force, bool isFresh)
 {

@@ -10,9 +10,9 @@ namespace KivFile
 // The zero date stands for one that a date cannot hold. A time that is not known is the commonest of these.
 inline Kiv::DateTime DateOf(const KivSys::FileTime& time)
 {
-    std::int64_t seconds = 0;
     if (time.low == 0 && time.high == 0)
         return Kiv::DateTime();
+    std::int64_t seconds = 0;
     try {
         Kiv::FileTimeToUnixTime({time.low, time.high}, &seconds);
     } catch (const Kiv::DateTimeInvalidException&) {

@@ -162,6 +162,7 @@ void PathT<T>::RecursiveDelete(bool force)
         PathT* path;
         std::vector<PathT> entries; // stay where they are when the level moves
         std::size_t next = 0;
+        bool isFresh = true; // nothing that takes long has been done since the list was made
     };
     std::vector<Level> levels;
     levels.emplace_back(*this);
@@ -173,10 +174,12 @@ void PathT<T>::RecursiveDelete(bool force)
             continue;
         }
         PathT& entry = level.entries[level.next++];
-        if (entry.IsDirectory())
+        if (entry.IsDirectory()) {
+            level.isFresh = false;
             levels.emplace_back(entry);
-        else
-            entry.DeleteOne(force, true);
+        } else {
+            entry.DeleteOne(force, level.isFresh);
+        }
     }
 }
 

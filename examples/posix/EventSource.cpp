@@ -41,12 +41,16 @@ void Watch(const std::string& directory, const std::function<bool(const Events&)
 {
     Watches watches;
     watches.Add(directory, true);
+    if (watches.directories.empty())
+        throw std::system_error(errno, std::generic_category(), directory);
     watches.events.resize(1); // what was there before has not just appeared
     while (watches.events.empty() || take(std::exchange(watches.events, {}))) {
         if (watches.directories.empty())
             throw std::system_error(ENOENT, std::generic_category(), directory);
         alignas(inotify_event) char buffer[65536];
         const ssize_t length = ::read(watches.notifications, buffer, sizeof buffer);
+        if (length < 0 && errno != EINTR)
+            throw std::system_error(errno, std::generic_category(), directory);
         for (ssize_t at = 0; at < length;) {
             const auto& event = *reinterpret_cast<const inotify_event*>(buffer + at);
             if (event.mask & IN_Q_OVERFLOW)

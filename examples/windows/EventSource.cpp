@@ -16,7 +16,8 @@ void Watch(const std::string& directory, const std::function<bool(const Events&)
                                            OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
     for (Events events = {{APPEARED, Kiv::WideFromNarrow(directory), 0}};;) {
         DWORD length = 0;
-        if (!::ReadDirectoryChangesW(handle.Get(), buffer, sizeof buffer, TRUE, WANTED, nullptr, &request, nullptr))
+        if (!handle.IsValid() || // which leaves the cause of that in place
+            !::ReadDirectoryChangesW(handle.Get(), buffer, sizeof buffer, TRUE, WANTED, nullptr, &request, nullptr))
             throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), directory);
         if (!take(std::exchange(events, {})))
             return;

@@ -25,23 +25,34 @@ public:
     RefCountedT& operator=(const RefCountedT&) noexcept { return *this; }
 
     // Takes a reference and returns the new count.
-    std::int32_t AddRef() const noexcept { return ++m_count; }
+    std::int32_t AddRef() const noexcept { return ++m_count & ~IS_ENDING; }
 
-    // Drops a reference and returns the new count; at 0 the object is deleted.
+    // Drops a reference and returns the new count; at 0 the object is destroyed.
     std::int32_t Release() const noexcept
     {
-        const std::int32_t count = --m_count;
-        if (count == 0)
-            delete static_cast<const Derived*>(this);
-        return count;
+        std::int32_t count = m_count;
+        while (!m_count.compare_exchange_weak(count, count == 1 ? IS_ENDING : count - 1)) {
+        }
+        if (count == 1) {
+            Derived::Destroy(static_cast<const Derived*>(this));
+            return 0;
+        }
+        return (count - 1) & ~IS_ENDING;
     }
 
-    [[nodiscard]] std::int32_t NbRef() const noexcept { return m_count; }
+    [[nodiscard]] std::int32_t NbRef() const noexcept { return m_count & ~IS_ENDING; }
 
 protected:
     ~RefCountedT() = default;
 
+    // What becomes of an object without references. Derived may have a form of its own, which is found first.
+    static void Destroy(const Derived* object) { delete object; }
+
 private:
+    // Part of the count from the moment in which the last reference goes: those that others take and drop while the
+    // object is being destroyed destroy nothing.
+    static constexpr std::int32_t IS_ENDING = std::int32_t{1} << 30;
+
     mutable std::atomic<std::int32_t> m_count{0};
 };
 
@@ -53,7 +64,8 @@ public:
 };
 
 template <class T>
-concept CountsItself = requires(const T& object) {
+concept CountsItself = requires(const T& object)
+{
     object.AddRef();
     object.Release();
 };
@@ -78,11 +90,8 @@ public:
 
     // A share of the same object as one of its bases.
     template <class U>
-        requires std::convertible_to<U*, T*>
-    SmartPtr(const SmartPtr<U>& other) noexcept : m_share(other.m_share)
-    {
-        m_share.Take();
-    }
+    requires std::convertible_to<U*, T*> SmartPtr(const SmartPtr<U>& other)
+    noexcept : m_share(other.m_share) { m_share.Take(); }
 
     SmartPtr& operator=(SmartPtr other) noexcept
     {

@@ -7,6 +7,14 @@
 namespace KivThread
 {
 
+namespace
+{
+
+// Set until the thread has ended, its variables included.
+thread_local const Thread* t_current = nullptr;
+
+} // namespace
+
 Thread::Thread(const std::string& name, const Kiv::SmartPtr<Function>& function) : m_name(name), m_function(function) {}
 
 Thread::~Thread() = default;
@@ -27,14 +35,13 @@ std::uint32_t Thread::Enter(void* thread)
 {
     const Kiv::SmartPtr<Thread> self(static_cast<Thread*>(thread));
     self->Release();
-    self->m_workerId = KivSys::GetCurrentThreadId();
+    t_current = self.Get();
     try {
         self->Run();
     } catch (...) {
         // Nobody is there to be told; the process goes on.
     }
     self->m_function = Kiv::SmartPtr<Function>();
-    self->m_workerId = 0;
     return 0;
 }
 
@@ -47,7 +54,7 @@ bool Thread::Wait(std::uint32_t milliseconds)
 
 bool Thread::IsCurrent() const
 {
-    return m_workerId == KivSys::GetCurrentThreadId();
+    return t_current == this;
 }
 
 void Thread::Run()

@@ -1,7 +1,6 @@
 // Worker threads.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -47,7 +46,6 @@ private:
     std::string m_name;
     Kiv::SmartPtr<Function> m_function;
     Kiv::Handle m_handle;
-    std::atomic<std::uint32_t> m_workerId{0};
 };
 
 } // namespace KivThread

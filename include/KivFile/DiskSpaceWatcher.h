@@ -30,7 +30,8 @@ namespace KivFile
 //     });
 //
 // It runs on the worker, never twice at the same time, whatever is paused and resumed, and may call every operation of
-// the watcher, or drop the last share of it. A callback that throws ends the worker until the next Resume.
+// the watcher, or drop the last share of it, which a variable of the worker's thread must not hold. A callback that
+// throws ends the worker until the next Resume.
 //
 // Held by Kiv::SmartPtr. Any thread may call any operation. Throws ThreadException when the system refuses a thread or
 // an event.

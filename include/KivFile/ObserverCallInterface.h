@@ -1,11 +1,11 @@
 // Handles file-system events one at a time.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
+#include <KivBase/SmartPtr.h>
 #include <KivFile/DeviceEvent.h>
 #include <KivFile/Export.h>
 
@@ -29,11 +29,12 @@ namespace KivFile
 //
 // Best held by Kiv::SmartPtr: when the last share is dropped, the worker is stopped and waited for before the object is
 // taken apart, so that it may be dropped at any time, running or not. (A share that a handler takes during that wait
-// must not outlive the handler.) A client that destroys its observer in another way calls Shutdown and then
-// WaitForWorker first: the destructor here waits, too, but by then the handlers of the derived class are gone.
+// must not outlive the handler; a variable of the worker's thread must not hold the last one.) A client that destroys
+// its observer in another way calls Shutdown and then WaitForWorker first: the destructor here waits, too, but by then
+// the handlers of the derived class are gone.
 //
 // Any thread may call any operation. Throws ThreadException when the system refuses a thread or an event.
-class KIVFILE_EXPORT ObserverCallInterface
+class KIVFILE_EXPORT ObserverCallInterface : public Kiv::RefCountedT<ObserverCallInterface>
 {
 public:
     // No events, not started.
@@ -63,17 +64,13 @@ public:
     // Waits until the worker has ended, which it does after a Shutdown. Returns at once on the worker itself.
     void WaitForWorker();
 
-    // Takes a reference and returns the new count, which is 0 in a new object.
-    std::int32_t AddRef() const noexcept;
-    // Drops a reference and returns the new count; at 0 the worker is stopped, waited for unless it is the caller, and
-    // the object deleted.
-    std::int32_t Release() const noexcept;
-    [[nodiscard]] std::int32_t NbRef() const noexcept;
-
 private:
+    friend class Kiv::RefCountedT<ObserverCallInterface>;
     class EventWorker;
 
-    mutable std::atomic<std::int32_t> m_count{0};
+    // Stops the worker and waits for it, unless it is the caller, before the object is taken apart.
+    static void Destroy(const ObserverCallInterface* observer);
+
     std::shared_ptr<EventWorker> m_worker; // shared with the worker's thread
 };
 

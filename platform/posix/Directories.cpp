@@ -32,18 +32,20 @@ bool IsDots(std::string_view name)
 class Directory
 {
 public:
-    // Takes over the descriptor.
-    explicit Directory(int descriptor) : m_descriptor(descriptor), m_buffer(std::move(t_spareBuffer))
-    {
-        if (!m_buffer)
-            m_buffer = std::make_unique<Buffer>();
-    }
+    Directory() = default;
     Directory(const Directory&) = delete;
     Directory& operator=(const Directory&) = delete;
     ~Directory()
     {
-        ::close(m_descriptor);
-        t_spareBuffer = std::move(m_buffer);
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+
+    // False, with errno set, when it cannot be opened.
+    bool Open(const char* path)
+    {
+        m_descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
+        return m_descriptor >= 0;
     }
 
     int Descriptor() const { return m_descriptor; }
@@ -53,20 +55,16 @@ public:
     {
         if (m_next == m_end && !Fill())
             return nullptr;
-        const auto* entry = reinterpret_cast<const dirent64*>(m_buffer->bytes + m_next);
+        const auto* entry = reinterpret_cast<const dirent64*>(m_buffer + m_next);
         m_next += entry->d_reclen;
         return entry;
     }
 
 private:
-    struct Buffer {
-        alignas(dirent64) char bytes[32768];
-    };
-
     bool Fill()
     {
         errno = 0;
-        const ssize_t length = ::getdents64(m_descriptor, m_buffer->bytes, sizeof m_buffer->bytes);
+        const ssize_t length = ::getdents64(m_descriptor, m_buffer, sizeof m_buffer);
         // A directory that was removed meanwhile holds nothing.
         if (length < 0 && errno == ENOENT)
             errno = 0;
@@ -75,25 +73,19 @@ private:
         return m_end > 0;
     }
 
-    // That of the thread's last search.
-    static thread_local std::unique_ptr<Buffer> t_spareBuffer;
-
-    int m_descriptor;
-    std::unique_ptr<Buffer> m_buffer;
+    int m_descriptor = -1;
     std::size_t m_next = 0;
     std::size_t m_end = 0;
+    alignas(dirent64) char m_buffer[32768]; // not initialised, which would cost more than a small directory
 };
-
-thread_local std::unique_ptr<Directory::Buffer> Directory::t_spareBuffer;
 
 // A search in an open directory. Entries are asked for by their names in it, which walks no path.
 class Search : public Object
 {
 public:
-    Search(int descriptor, std::string_view pattern, DWORD findFlags)
-        : m_directory(descriptor), m_pattern(pattern), m_findFlags(findFlags)
-    {
-    }
+    Search(std::string_view pattern, DWORD findFlags) : m_pattern(pattern), m_findFlags(findFlags) {}
+
+    bool Open(const char* directory) { return m_directory.Open(directory); }
 
     const FindDataA* NextEntry() override
     {
@@ -208,9 +200,9 @@ std::unique_ptr<Search> OpenSearch(const NativePattern& pattern, DWORD findFlags
         SetLastError(ErrorFileNotFound);
         return nullptr;
     }
-    const int directory = ::open(pattern.directory.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
-    if (directory >= 0)
-        return std::make_unique<Search>(directory, pattern.name, findFlags);
+    auto search = std::make_unique<Search>(pattern.name, findFlags);
+    if (search->Open(pattern.directory.c_str()))
+        return search;
     if (errno == ENOENT)
         SetLastError(ErrorPathNotFound);
     else

@@ -42,9 +42,10 @@ bool CopyAccessList(const std::string& from, const std::string& to)
     constexpr char name[] = "system.posix_acl_access";
     std::vector<char> value(MOST_ATTRIBUTE_BYTES);
     const ssize_t size = ::getxattr(from.c_str(), name, value.data(), value.size());
+    const auto hasNone = [] { return errno == ENODATA || errno == ENOTSUP; };
     if (size >= 0)
         return ::setxattr(to.c_str(), name, value.data(), static_cast<std::size_t>(size), 0) == 0;
-    return ::removexattr(to.c_str(), name) == 0 || errno == ENODATA || errno == ENOTSUP;
+    return hasNone() && (::removexattr(to.c_str(), name) == 0 || hasNone());
 }
 
 } // namespace

@@ -156,11 +156,6 @@ HANDLE CreateThread(ThreadStart start, void* parameter, const char* name)
     return HandleOf(thread.release());
 }
 
-DWORD GetCurrentThreadId()
-{
-    return static_cast<DWORD>(::gettid());
-}
-
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds)
 {
     Object* waitable = ObjectOf(object);

@@ -62,11 +62,6 @@ HANDLE CreateThread(ThreadStart start, void* parameter, const char* name)
     return thread;
 }
 
-DWORD GetCurrentThreadId()
-{
-    return ::GetCurrentThreadId();
-}
-
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds)
 {
     return ::WaitForSingleObject(object, milliseconds);

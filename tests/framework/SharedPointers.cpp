@@ -79,3 +79,19 @@ TEST(SmartPtr, CountIsSharedByPlainPointersAndNoPartOfTheValue)
     ++alive; // the implicit copy does not announce itself
     EXPECT_EQ(copy.NbRef(), 0);
 }
+
+TEST(SmartPtr, SharesThatAreTakenWhileTheObjectIsDestroyedDestroyItNoSecondTime)
+{
+    struct SharedByItsDestructor : Kiv::SPRefCounter {
+        explicit SharedByItsDestructor(int& destroyed) : m_destroyed(destroyed) {}
+        ~SharedByItsDestructor() override
+        {
+            ++m_destroyed;
+            SmartPtr<SharedByItsDestructor>(this) = nullptr;
+        }
+        int& m_destroyed;
+    };
+    int destroyed = 0;
+    MakeShared<SharedByItsDestructor>(destroyed) = nullptr;
+    EXPECT_EQ(destroyed, 1);
+}

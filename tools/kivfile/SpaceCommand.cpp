@@ -1,14 +1,12 @@
 #include "SpaceCommand.h"
 
+#include <algorithm>
 #include <charconv>
-#include <functional>
 #include <iomanip>
 #include <limits>
 #include <ostream>
 #include <string_view>
-#include <utility>
 
-#include <KivFile/DiskSpaceWatcher.h>
 #include <KivFile/Path.h>
 #include <KivThread/ThreadException.h>
 #include <nlohmann/json.hpp>
@@ -23,7 +21,6 @@ namespace
 {
 
 using Json = nlohmann::ordered_json;
-using Notifications = std::vector<KivFile::DiskSpaceWatcherNotification>;
 
 constexpr std::uint64_t MOST_BYTES = std::numeric_limits<std::uint64_t>::max();
 
@@ -45,16 +42,11 @@ std::optional<std::uint64_t> ParseBytes(std::string_view text)
     return number << shift;
 }
 
-[[noreturn]] void ThrowNoDirectory()
-{
-    throw ToolError{"no such directory"};
-}
-
 std::uint64_t AvailableIn(const Need& need)
 {
     const KivFile::PathT<char> path(need.directory);
     if (!path.IsDirectory())
-        ThrowNoDirectory();
+        throw ToolError{"no such directory"};
     // 0 is also what the path has for a question that failed; the system's answer to it says why.
     std::uint64_t available = path.GetAvailableDiskSpace();
     if (available == 0 && !KivSys::GetDiskFreeSpaceExA(path.Directory().c_str(), &available))
@@ -90,14 +82,14 @@ void PrintJson(const Json& object, std::ostream& out)
     out << object.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
-// Prints one report and returns its exit code. ask yields the bytes available for a need, or throws.
-int Report(const SpaceOptions& options, const Console& console, const std::function<std::uint64_t(const Need&)>& ask)
+// Prints one report and returns its exit code.
+int Report(const SpaceOptions& options, const Console& console)
 {
     int code = AllWell;
     for (const Need& need : options.needs) {
         Failure failure;
         std::uint64_t available = 0;
-        const bool isKnown = Attempt(failure, [&] { available = ask(need); });
+        const bool isKnown = Attempt(failure, [&] { available = AvailableIn(need); });
         if (!isKnown || available < need.required)
             code = SomethingFailed;
         if (options.json)
@@ -113,76 +105,45 @@ int Report(const SpaceOptions& options, const Console& console, const std::funct
 
 // ---- Watching -----------------------------------------------------------------------------------------------
 
-// What ends the watch: the user, or the watch itself.
-class EndOfWatch
+// What the user ends a watch with.
+class Interrupt
 {
 public:
-    EndOfWatch() : m_event(KivSys::CreateInterruptEvent())
+    Interrupt() : m_event(KivSys::CreateInterruptEvent())
     {
         if (m_event == nullptr)
             KivThread::ThrowLastError();
     }
-    EndOfWatch(const EndOfWatch&) = delete;
-    EndOfWatch& operator=(const EndOfWatch&) = delete;
-    ~EndOfWatch() { KivSys::CloseInterruptEvent(m_event); }
+    Interrupt(const Interrupt&) = delete;
+    Interrupt& operator=(const Interrupt&) = delete;
+    ~Interrupt() { KivSys::CloseInterruptEvent(m_event); }
 
-    void Signal() const { KivSys::SetEvent(m_event); }
-    void Wait() const { KivSys::WaitForSingleObject(m_event, KivSys::Infinite); }
+    // Whether it came before the time had passed. One wait of the system is 49 days at most.
+    bool ComesWithin(std::uint32_t seconds) const
+    {
+        constexpr std::uint64_t LONGEST = KivSys::Infinite - 1;
+        for (std::uint64_t left = std::uint64_t{seconds} * 1000; left > 0; left -= std::min(left, LONGEST)) {
+            const auto wait = static_cast<KivSys::DWORD>(std::min(left, LONGEST));
+            if (KivSys::WaitForSingleObject(m_event, wait) != KivSys::WaitTimeout)
+                return true;
+        }
+        return false;
+    }
 
 private:
     KivSys::HANDLE m_event;
 };
 
-// A look that has begun sees nothing of directories that are added, and the next one comes late.
-void LookAtOnce(KivFile::DiskSpaceWatcher& watcher)
-{
-    watcher.Pause();
-    watcher.Resume();
-}
-
-// The watcher tells of shortages only. It is asked for more than any disk has, so that it tells of every directory that
-// is there.
-void AddDirectories(KivFile::DiskSpaceWatcher& watcher, const std::vector<Need>& needs)
-{
-    for (const Need& need : needs)
-        watcher.AddWatchedPath(need.directory, MOST_BYTES);
-    LookAtOnce(watcher);
-}
-
-// found: of the current directory, and of the needs' directories that are there, in their order.
-int ReportOf(const Notifications& found, const SpaceOptions& options, const Console& console)
-{
-    auto next = found.begin() + 1;
-    return Report(options, console, [&](const Need& need) {
-        if (next == found.end() || next->Path() != need.directory)
-            ThrowNoDirectory();
-        return (next++)->Available();
-    });
-}
-
+// Reports until the user ends it or nobody reads.
 int Watch(const SpaceOptions& options, const Console& console)
 {
-    const EndOfWatch end;
-    int code = AllWell;
-    const char* separator = "";
-    bool isBegun = false;
-    {
-        // The current directory is always there: it gives every look something to tell. The others are added when the
-        // watcher tells of it, because no look is being taken then that would find some of them only.
-        Kiv::SmartPtr<KivFile::DiskSpaceWatcher> watcher;
-        const auto take = KivThread::MakeFunction([&](void* list) {
-            if (!std::exchange(isBegun, true))
-                return AddDirectories(*watcher, options.needs);
-            console.out << std::exchange(separator, options.json ? "" : "\n");
-            code = ReportOf(*static_cast<const Notifications*>(list), options, console);
-            if (!console.out)
-                end.Signal();
-        });
-        watcher = Kiv::MakeShared<KivFile::DiskSpaceWatcher>(take, options.watchSeconds);
-        watcher->AddWatchedPath(".", MOST_BYTES);
-        LookAtOnce(*watcher);
-        end.Wait();
-    } // a report that is being printed comes to its end
+    const Interrupt interrupt;
+    int code = Report(options, console);
+    while (console.out && !interrupt.ComesWithin(options.watchSeconds)) {
+        if (!options.json)
+            console.out << '\n';
+        code = Report(options, console);
+    }
     return code;
 }
 
@@ -200,7 +161,7 @@ std::optional<Need> ParseNeed(const std::string& text)
 
 int PrintSpace(const SpaceOptions& options, const Console& console)
 {
-    return options.watchSeconds == 0 ? Report(options, console, AvailableIn) : Watch(options, console);
+    return options.watchSeconds == 0 ? Report(options, console) : Watch(options, console);
 }
 
 } // namespace KivTool
