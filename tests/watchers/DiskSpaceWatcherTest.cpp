@@ -149,16 +149,16 @@ TEST_F(Watching, DestructorWaitsForTheCallbackWhichMayDoAnything)
 
 TEST_F(Watching, CallbackMayDropTheWatcher)
 {
-    auto owned = std::make_shared<int>(0);
-    const std::weak_ptr<int> callback = owned;
+    KivThread::EventSemaphore atEnd(KivThread::EventSemaphore::ManualReset);
+    // Destroyed with the last copy of what holds it.
+    std::shared_ptr<void> owned(nullptr, [&atEnd](void*) { atEnd.Signal(); });
     Watch(0, [this, owned = std::move(owned)](const Notifications&) {
         go.Wait();
         watcher = nullptr;
     });
     plain->Resume();
     go.Signal();
-    while (!callback.expired())
-        std::this_thread::yield();
+    EXPECT_TRUE(atEnd.Wait(60000));
     EXPECT_EQ(log.Count(), 1u);
 }
 

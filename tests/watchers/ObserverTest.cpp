@@ -211,8 +211,9 @@ TEST_F(Observing, TheLastShareMayGoWhileAHandlerRuns)
 
 TEST_F(Observing, AHandlerMayDropTheLastShare)
 {
-    auto owned = std::make_shared<int>(0);
-    const std::weak_ptr<int> handler = owned;
+    KivThread::EventSemaphore atEnd(KivThread::EventSemaphore::ManualReset);
+    // Destroyed with the last copy of what holds it.
+    std::shared_ptr<void> owned(nullptr, [&atEnd](void*) { atEnd.Signal(); });
     Observe([this, owned = std::move(owned)](std::uint32_t) {
         go.Wait();
         observer->WaitForWorker();
@@ -224,8 +225,7 @@ TEST_F(Observing, AHandlerMayDropTheLastShare)
     observer->Start();
     go.Signal();
     EXPECT_EQ(log.Await(2), (Lines{"2 0", "gone"}));
-    while (!handler.expired())
-        std::this_thread::yield();
+    EXPECT_TRUE(atEnd.Wait(60000));
 }
 
 TEST_F(Observing, WithoutSharesItIsShutDownAndWaitedForFirst)
