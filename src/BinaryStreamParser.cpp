@@ -212,6 +212,13 @@ void BinaryStreamParser::ClearRecord()
 
 // What was searched for last, in forms to search with.
 struct BinaryStreamParser::Searches {
+    void Restart(const unsigned char* position)
+    {
+        byte.Restart(position);
+        until.Restart(position);
+        untilNot.Restart(position);
+    }
+
     ByteScan::NearSearch<ByteScan::ByteChoice> byte;
     ByteScan::NearSearch<ByteScan::ByteSet> until;
     ByteScan::NearSearch<ByteScan::ByteSet, false> untilNot;
@@ -236,6 +243,7 @@ BinaryStreamParser::~BinaryStreamParser() = default;
 void BinaryStreamParser::Reset()
 {
     m_position = m_end = m_block;
+    m_searches->Restart(m_position);
     ClearFetchingBuffer();
     m_unsavedLength = 0;
     m_endOffset = m_blockEndOffset = 0;
@@ -259,13 +267,11 @@ bool BinaryStreamParser::Seek(unsigned int offset)
 // not passed over yet. False when the stream has no more bytes.
 bool BinaryStreamParser::ReadData(const unsigned char* keepFrom)
 {
-    m_searches->byte.Forget();
-    m_searches->until.Forget();
-    m_searches->untilNot.Forget();
     const auto kept = static_cast<std::size_t>(m_end - keepFrom);
     MoveBeforeBlock(keepFrom, kept);
     m_position = m_block - kept;
     m_end = m_block;
+    m_searches->Restart(m_position);
     const unsigned int count = ReadBlock();
     m_end += count;
     m_endOffset += count;
@@ -350,44 +356,68 @@ bool BinaryStreamParser::FetchData(Rule rule, bool keyword, Target* target)
 // Passes over the bytes up to where a fetch without record or target ended, near.
 inline void BinaryStreamParser::PassOverNear(const unsigned char* end, bool keyword)
 {
-    const auto count = static_cast<std::size_t>(end - m_position);
-    if (keyword)
-        ByteScan::CopyNear(m_keyword.data(), m_position, count);
-    const std::size_t kept = keyword ? count : 0;
+    std::size_t kept = 0;
+    if (keyword) {
+        kept = static_cast<std::size_t>(end - m_position);
+        ByteScan::CopyNear(m_keyword.data(), m_position, kept);
+    }
     m_keyword[kept] = 0;
     m_keywordLength = static_cast<unsigned int>(kept);
-    if (kept != 0)
+    if (m_unsavedLength != 0 && kept != 0) [[unlikely]]
         m_unsavedLength = 0;
     m_position = end;
 }
 
-// True when the fetch ended near, and is done. The far forms are left what a record or a target takes, and the first
-// fetch for a set.
-template <class Search, class... Set>
-inline bool BinaryStreamParser::FetchNear(Search& search, bool keyword, const Set&... set)
+// True when the fetch ended near in this block, and is done.
+template <class Search>
+inline bool BinaryStreamParser::FetchNear(Search& search, bool keyword)
 {
-    if (m_recordFetching || !search.IsFor(set..., !m_caseSensitive))
-        return false;
     const unsigned char* const end = search.Find(m_position, m_end);
-    if (end == nullptr)
+    if (end == nullptr) [[unlikely]]
         return false;
     PassOverNear(end, keyword);
     return true;
 }
 
+// The same for a set that may not be the one the search was made for: the first fetch for a set is left to the others,
+// as is what a record takes.
+template <class Search, class Set>
+inline bool BinaryStreamParser::FetchNearFor(const Set& set, Search& search, bool keyword)
+{
+    if (m_recordFetching || !search.IsFor(set, !m_caseSensitive)) [[unlikely]]
+        return false;
+    return FetchNear(search, keyword);
+}
+
+// The same where the fetch may also end in the next block, before which the rest of this one is put.
+template <class Search>
+bool BinaryStreamParser::FetchNearAcross(Search& search, bool keyword, const Target* target)
+{
+    if (m_recordFetching || target != nullptr)
+        return false;
+    return FetchNear(search, keyword) ||
+           (m_end - m_position < Search::REACH && ReadData(m_position) && FetchNear(search, keyword));
+}
+
 bool BinaryStreamParser::FetchByte(unsigned char ch, bool keyword, Target* target)
 {
-    return FetchData(ByteRule{m_searches->byte.Select(ch, !m_caseSensitive)}, keyword, target);
+    auto& search = m_searches->byte;
+    const ByteRule rule{search.Select(ch, !m_caseSensitive)};
+    return FetchNearAcross(search, keyword, target) || FetchData(rule, keyword, target);
 }
 
 bool BinaryStreamParser::FetchMember(std::string_view set, bool keyword, Target* target)
 {
-    return FetchData(SetRule{m_searches->until.Select(set, !m_caseSensitive), true}, keyword, target);
+    auto& search = m_searches->until;
+    const SetRule rule{search.Select(set, !m_caseSensitive), true};
+    return FetchNearAcross(search, keyword, target) || FetchData(rule, keyword, target);
 }
 
 bool BinaryStreamParser::FetchNonMember(std::string_view set, bool keyword, Target* target)
 {
-    return FetchData(SetRule{m_searches->untilNot.Select(set, !m_caseSensitive), false}, keyword, target);
+    auto& search = m_searches->untilNot;
+    const SetRule rule{search.Select(set, !m_caseSensitive), false};
+    return FetchNearAcross(search, keyword, target) || FetchData(rule, keyword, target);
 }
 
 bool BinaryStreamParser::FetchPattern(std::string_view pattern, bool keyword, Target* target)
@@ -410,7 +440,7 @@ bool BinaryStreamParser::StepBeyond(std::string_view pattern)
 
 bool BinaryStreamParser::FetchTo(unsigned char ch, bool keyword)
 {
-    return FetchNear(m_searches->byte, keyword, ch) || FetchByte(ch, keyword, nullptr);
+    return FetchNearFor(ch, m_searches->byte, keyword) || FetchByte(ch, keyword, nullptr);
 }
 
 bool BinaryStreamParser::FetchTo(const std::string& pattern, bool keyword)
@@ -426,12 +456,12 @@ bool BinaryStreamParser::FetchBeyond(const std::string& pattern, bool keyword)
 
 bool BinaryStreamParser::FetchUntil(const std::string& set, bool keyword)
 {
-    return FetchNear(m_searches->until, keyword, set) || FetchMember(set, keyword, nullptr);
+    return FetchNearFor(set, m_searches->until, keyword) || FetchMember(set, keyword, nullptr);
 }
 
 bool BinaryStreamParser::FetchUntilNot(const std::string& set, bool keyword)
 {
-    return FetchNear(m_searches->untilNot, keyword, set) || FetchNonMember(set, keyword, nullptr);
+    return FetchNearFor(set, m_searches->untilNot, keyword) || FetchNonMember(set, keyword, nullptr);
 }
 
 bool BinaryStreamParser::FetchTo(unsigned char ch, std::string& out)

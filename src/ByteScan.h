@@ -47,14 +47,20 @@ std::uint64_t MatchesOneByOne(const unsigned char* bytes, Matches matches)
 
 #if defined(__SSE2__)
 
-constexpr std::ptrdiff_t LANES = sizeof(__m128i);
+using Lanes = __m128i;
+constexpr std::ptrdiff_t LANES = sizeof(Lanes);
 
-inline __m128i Load(const unsigned char* bytes)
+inline Lanes Load(const unsigned char* bytes)
 {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+    return _mm_loadu_si128(reinterpret_cast<const Lanes*>(bytes));
 }
 
-inline unsigned int LaneMask(__m128i lanes)
+inline Lanes Repeat(unsigned char byte)
+{
+    return _mm_set1_epi8(static_cast<char>(byte));
+}
+
+inline unsigned int LaneMask(Lanes lanes)
 {
     return static_cast<unsigned int>(_mm_movemask_epi8(lanes));
 }
@@ -70,17 +76,18 @@ std::uint64_t MatchesInLanes(const unsigned char* bytes, Matches matches)
 
 #endif
 
-// The one or two bytes that pass for a byte of a pattern.
+// A byte, or a letter in both its cases.
 class ByteChoice
 {
 public:
     ByteChoice() = default;
     ByteChoice(unsigned char byte, bool foldCase)
-        : m_byte(byte), m_other(foldCase ? OtherCase(byte) : byte), m_foldCase(foldCase)
+        : m_byte(byte), m_foldCase(foldCase),
+          m_ignoredBit(static_cast<unsigned char>(foldCase ? byte ^ OtherCase(byte) : 0))
     {
 #if defined(__SSE2__)
-        m_lanes[0] = _mm_set1_epi8(static_cast<char>(m_byte));
-        m_lanes[1] = _mm_set1_epi8(static_cast<char>(m_other));
+        m_ignoredLanes = Repeat(m_ignoredBit);
+        m_wantedLanes = Repeat(byte | m_ignoredBit);
 #endif
     }
 
@@ -96,7 +103,7 @@ public:
 
     [[nodiscard]] bool IsOne() const
     {
-        return m_byte == m_other;
+        return m_ignoredBit == 0;
     }
     [[nodiscard]] unsigned char Byte() const
     {
@@ -104,34 +111,34 @@ public:
     }
     [[nodiscard]] bool Matches(unsigned char byte) const
     {
-        return byte == m_byte || byte == m_other;
+        return (byte | m_ignoredBit) == (m_byte | m_ignoredBit);
     }
 
     [[nodiscard]] std::uint64_t MatchesInWindow(const unsigned char* bytes) const
     {
 #if defined(__SSE2__)
-        if (IsOne())
-            return MatchesInLanes(bytes, [this](__m128i lanes) { return _mm_cmpeq_epi8(lanes, m_lanes[0]); });
-        return MatchesInLanes(bytes, [this](__m128i lanes) { return MatchesIn(lanes); });
+        return MatchesInLanes(bytes, [this](Lanes lanes) { return MatchesIn(lanes); });
 #else
         return MatchesOneByOne(bytes, [this](unsigned char byte) { return Matches(byte); });
 #endif
     }
 
 #if defined(__SSE2__)
-    // The lanes of sixteen bytes that match, as all ones.
-    [[nodiscard]] __m128i MatchesIn(__m128i bytes) const
+    // The lanes that match, as all ones.
+    [[nodiscard]] Lanes MatchesIn(Lanes bytes) const
     {
-        return _mm_or_si128(_mm_cmpeq_epi8(bytes, m_lanes[0]), _mm_cmpeq_epi8(bytes, m_lanes[1]));
+        return _mm_cmpeq_epi8(_mm_or_si128(bytes, m_ignoredLanes), m_wantedLanes);
     }
 #endif
 
 private:
     unsigned char m_byte = 0;
-    unsigned char m_other = 0;
     bool m_foldCase = false;
+    // The bit in which the cases of a letter differ.
+    unsigned char m_ignoredBit = 0;
 #if defined(__SSE2__)
-    __m128i m_lanes[2] = {};
+    Lanes m_ignoredLanes = {};
+    Lanes m_wantedLanes = {};
 #endif
 };
 
@@ -162,8 +169,8 @@ inline const unsigned char* FindPair(const unsigned char* first, const unsigned 
 {
 #if defined(__SSE2__)
     for (; last - first > LANES; first += LANES) {
-        const __m128i lanes = _mm_and_si128(head.MatchesIn(Load(first)), next.MatchesIn(Load(first + 1)));
-        if (const unsigned int mask = LaneMask(lanes); mask != 0)
+        const Lanes pairs = _mm_and_si128(head.MatchesIn(Load(first)), next.MatchesIn(Load(first + 1)));
+        if (const unsigned int mask = LaneMask(pairs); mask != 0)
             return first + std::countr_zero(mask);
     }
 #endif
@@ -219,8 +226,8 @@ public:
     {
 #if defined(__SSSE3__)
         if (m_isASCII)
-            return MatchesInLanes(bytes, [this](__m128i lanes) { return MatchesIn(lanes, LowRows(lanes)); });
-        return MatchesInLanes(bytes, [this](__m128i lanes) { return MatchesIn(lanes); });
+            return MatchesInLanes(bytes, [this](Lanes lanes) { return MatchesIn(lanes, LowRows(lanes)); });
+        return MatchesInLanes(bytes, [this](Lanes lanes) { return MatchesIn(lanes); });
 #else
         return MatchesOneByOne(bytes, [this](unsigned char byte) { return Matches(byte); });
 #endif
@@ -230,15 +237,29 @@ private:
     // Whether that many bytes are the set's text. Without a call, which took a sixth of the time of short tokens.
     [[nodiscard]] bool IsText(const char* text) const
     {
-        constexpr std::size_t WORD = sizeof(std::uint64_t);
-        const auto differs = [&](std::size_t i) { return std::memcmp(text + i, m_text.data() + i, WORD) != 0; };
-        if (m_text.size() < WORD)
-            return std::equal(m_text.begin(), m_text.end(), text);
-        for (std::size_t i = 0; i + WORD < m_text.size(); i += WORD) {
-            if (differs(i))
-                return false;
+        const std::size_t size = m_text.size();
+        if (size >= 8) {
+            std::size_t i = 8;
+            while (i + 8 < size && IsTextAt<std::uint64_t>(text, i))
+                i += 8;
+            return i + 8 >= size && AreTextEnds<std::uint64_t>(text);
         }
-        return !differs(m_text.size() - WORD);
+        if (size >= 4)
+            return AreTextEnds<std::uint32_t>(text);
+        if (size >= 2)
+            return AreTextEnds<std::uint16_t>(text);
+        return size == 0 || *text == m_text[0];
+    }
+
+    template <class Word>
+    [[nodiscard]] bool IsTextAt(const char* text, std::size_t i) const
+    {
+        return std::memcmp(text + i, m_text.data() + i, sizeof(Word)) == 0;
+    }
+    template <class Word>
+    [[nodiscard]] bool AreTextEnds(const char* text) const
+    {
+        return IsTextAt<Word>(text, 0) && IsTextAt<Word>(text, m_text.size() - sizeof(Word));
     }
 
 #if defined(__SSSE3__)
@@ -247,7 +268,7 @@ private:
     // as the table.
     void FillRows()
     {
-        alignas(__m128i) unsigned char rows[2][LANES] = {};
+        alignas(Lanes) unsigned char rows[2][LANES] = {};
         for (unsigned int byte = 0; byte < m_isMember.size(); ++byte) {
             if (m_isMember[byte])
                 rows[byte >> 7][byte & 0xF] |= static_cast<unsigned char>(1u << (byte >> 4 & 7));
@@ -258,28 +279,28 @@ private:
     }
 
     // The rows of ASCII bytes, and 0 for those that have the highest bit; and the other way round.
-    [[nodiscard]] __m128i LowRows(__m128i bytes) const
+    [[nodiscard]] Lanes LowRows(Lanes bytes) const
     {
         return _mm_shuffle_epi8(m_rows[0], bytes);
     }
-    [[nodiscard]] __m128i HighRows(__m128i bytes) const
+    [[nodiscard]] Lanes HighRows(Lanes bytes) const
     {
-        return _mm_shuffle_epi8(m_rows[1], _mm_xor_si128(bytes, _mm_set1_epi8(-0x80)));
+        return _mm_shuffle_epi8(m_rows[1], _mm_xor_si128(bytes, Repeat(0x80)));
     }
 
-    [[nodiscard]] static __m128i MatchesIn(__m128i bytes, __m128i rows)
+    [[nodiscard]] static Lanes MatchesIn(Lanes bytes, Lanes rows)
     {
-        const __m128i bits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
-        const __m128i high = _mm_and_si128(_mm_srli_epi16(bytes, 4), _mm_set1_epi8(0xF));
-        const __m128i bit = _mm_shuffle_epi8(bits, high);
+        const Lanes bits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
+        const Lanes high = _mm_and_si128(_mm_srli_epi16(bytes, 4), Repeat(0xF));
+        const Lanes bit = _mm_shuffle_epi8(bits, high);
         return _mm_cmpeq_epi8(_mm_and_si128(rows, bit), bit);
     }
-    [[nodiscard]] __m128i MatchesIn(__m128i bytes) const
+    [[nodiscard]] Lanes MatchesIn(Lanes bytes) const
     {
         return MatchesIn(bytes, _mm_or_si128(LowRows(bytes), HighRows(bytes)));
     }
 
-    __m128i m_rows[2] = {};
+    Lanes m_rows[2] = {};
     bool m_isASCII = true;
 #else
     void FillRows() {}
@@ -312,56 +333,74 @@ public:
     {
         if (!m_set.Is(arguments...)) {
             m_set.Assign(arguments...);
-            Forget();
+            Restart(m_begin);
         }
         return m_set;
     }
 
-    // To be called when the bytes that are searched have changed.
-    void Forget() { m_windowEnd = nullptr; }
+    // To be called when the bytes that are searched have changed, with where they begin.
+    void Restart(const unsigned char* begin)
+    {
+        m_found = nullptr;
+        m_begin = m_windowEnd = begin;
+        m_wanted = 0;
+    }
 
     // The first of the bytes from first to last; null where it is not near. No place before first is asked for again
-    // until Forget. Behind last a window of bytes must be readable, whatever they are.
+    // until Restart. Behind last a window of bytes must be readable, whatever they are.
     const unsigned char* Find(const unsigned char* first, const unsigned char* last)
     {
-        if (!std::less<>()(first, m_windowEnd))
-            LookAt(first);
-        // Mostly what the last search found.
-        while (m_wanted != 0 && FirstWanted() < first)
+        while (std::less<>()(m_found, first)) {
+            if (m_wanted == 0) [[likely]] {
+                if (!LookOn(first, last)) [[unlikely]]
+                    return nullptr;
+            }
+            m_found = m_windowEnd - WINDOW + std::countr_zero(m_wanted);
             m_wanted &= m_wanted - 1;
-        while (m_wanted == 0) {
-            if (m_windowEnd >= last || m_windowEnd - first >= REACH)
-                return nullptr;
-            LookAt(m_windowEnd);
+            // Mostly it is the next, which the compiler cannot know.
+            if (m_found >= first) [[likely]]
+                break;
         }
-        return FirstWanted() < last ? FirstWanted() : nullptr;
+        return m_found < last ? m_found : nullptr;
     }
 
 private:
-    void LookAt(const unsigned char* window)
+    // Goes on to the next window that has something, if it is near. It begins where the last one ended, not at first:
+    // a search that waited to learn where the one before it ended would take twice as long.
+    bool LookOn(const unsigned char* first, const unsigned char* last)
     {
-        const std::uint64_t matches = m_set.MatchesInWindow(window);
-        m_wanted = IN_SET ? matches : ~matches;
-        m_windowEnd = window + WINDOW;
+        if (first - m_windowEnd >= WINDOW) [[unlikely]]
+            m_windowEnd = first;
+        do {
+            if (m_windowEnd >= last || m_windowEnd - first >= REACH) [[unlikely]]
+                return false;
+            const std::uint64_t matches = m_set.MatchesInWindow(m_windowEnd);
+            m_wanted = IN_SET ? matches : ~matches;
+            m_windowEnd += WINDOW;
+        } while (m_wanted == 0);
+        return true;
     }
 
-    const unsigned char* FirstWanted() const { return m_windowEnd - WINDOW + std::countr_zero(m_wanted); }
-
     Set m_set;
+    const unsigned char* m_begin = nullptr;
+    const unsigned char* m_found = nullptr;
     const unsigned char* m_windowEnd = nullptr;
-    // Where the window has what is searched for and was not passed over.
+    // Where the window has more of what is searched for, behind what was found.
     std::uint64_t m_wanted = 0;
 };
 
-// Copies in whole windows, without a call and without a choice by the length for those up to one; so many bytes must be
-// readable and writable.
+// Copies count bytes and what is behind them, so that short ones take neither a call nor a choice by their length. At
+// least a window must be readable and writable.
 inline void CopyNear(char* to, const unsigned char* from, std::size_t count)
 {
-    std::size_t copied = 0;
-    do {
-        std::memcpy(to + copied, from + copied, WINDOW);
-        copied += WINDOW;
-    } while (copied < count);
+    std::memcpy(to, from, WINDOW);
+    std::size_t copied = WINDOW;
+    while (copied < count)
+        [[unlikely]]
+        {
+            std::memcpy(to + copied, from + copied, WINDOW);
+            copied += WINDOW;
+        }
 }
 
 } // namespace KivFile::ByteScan

@@ -157,8 +157,12 @@ private:
     bool FetchByte(unsigned char ch, bool keyword, Target* target);
     bool FetchMember(std::string_view set, bool keyword, Target* target);
     bool FetchNonMember(std::string_view set, bool keyword, Target* target);
-    template <class Search, class... Set>
-    bool FetchNear(Search& search, bool keyword, const Set&... set);
+    template <class Search, class Set>
+    bool FetchNearFor(const Set& set, Search& search, bool keyword);
+    template <class Search>
+    bool FetchNearAcross(Search& search, bool keyword, const Target* target);
+    template <class Search>
+    bool FetchNear(Search& search, bool keyword);
     void PassOverNear(const unsigned char* end, bool keyword);
     template <class Rule>
     bool FetchData(Rule rule, bool keyword, Target* target);
