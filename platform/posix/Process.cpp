@@ -2,11 +2,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <iterator>
-#include <semaphore.h>
-#include <time.h>
 #include <unistd.h>
 
-#include <platform/posix/Object.h>
+#include <platform/posix/Event.h>
 
 namespace KivSys
 {
@@ -16,13 +14,13 @@ namespace
 
 constexpr int INTERRUPTS[] = {SIGINT, SIGTERM};
 
-// Counts what a signal handler may do nothing else with. It outlives every event, so that a late handler finds it.
-::sem_t g_interrupts;
+// It outlives every handle, so that a late signal finds it.
+Event g_interrupted(false);
 
-void CountInterrupt(int)
+void SignalInterrupt(int)
 {
     const int before = errno;
-    ::sem_post(&g_interrupts);
+    g_interrupted.SetSignalled(true);
     errno = before;
 }
 
@@ -31,9 +29,9 @@ class InterruptEvent : public Object
 public:
     InterruptEvent()
     {
-        ::sem_init(&g_interrupts, 0, 0);
+        g_interrupted.SetSignalled(false);
         struct sigaction caught = {};
-        caught.sa_handler = CountInterrupt;
+        caught.sa_handler = SignalInterrupt;
         caught.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
         for (std::size_t i = 0; i < std::size(INTERRUPTS); ++i) {
             ::sigaction(INTERRUPTS[i], nullptr, &m_old[i]);
@@ -47,22 +45,8 @@ public:
             ::sigaction(INTERRUPTS[i], &m_old[i], nullptr);
     }
 
-    bool SetSignalled(bool signalled) override { return signalled && ::sem_post(&g_interrupts) == 0; }
-
-    DWORD Wait(DWORD milliseconds) override
-    {
-        timespec end;
-        ::clock_gettime(CLOCK_MONOTONIC, &end);
-        const std::int64_t nanoseconds = end.tv_nsec + std::int64_t{milliseconds % 1000} * 1'000'000;
-        end.tv_sec += static_cast<time_t>(milliseconds / 1000 + nanoseconds / 1'000'000'000);
-        end.tv_nsec = static_cast<long>(nanoseconds % 1'000'000'000);
-        int result;
-        do
-            result = milliseconds == Infinite ? ::sem_wait(&g_interrupts)
-                                              : ::sem_clockwait(&g_interrupts, CLOCK_MONOTONIC, &end);
-        while (result != 0 && errno == EINTR);
-        return result == 0 ? WaitObject0 : WaitTimeout;
-    }
+    bool SetSignalled(bool signalled) override { return g_interrupted.SetSignalled(signalled); }
+    DWORD Wait(DWORD milliseconds) override { return g_interrupted.Wait(milliseconds); }
 
 private:
     struct sigaction m_old[std::size(INTERRUPTS)];
