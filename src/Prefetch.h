@@ -11,6 +11,7 @@ inline void Prefetch([[maybe_unused]] const unsigned char* bytes, [[maybe_unused
 {
 #if defined(__GNUC__)
     constexpr std::size_t LINE = 64;
+#pragma GCC unroll 8
     for (std::size_t i = 0; i < count; i += LINE)
         __builtin_prefetch(bytes + i);
 #endif
