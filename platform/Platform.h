@@ -139,8 +139,6 @@ struct FileTime {
 
 struct FileAttributeData {
     DWORD attributes;
-    FileTime creationTime;
-    FileTime lastAccessTime;
     FileTime lastWriteTime;
     DWORD sizeHigh;
     DWORD sizeLow;
@@ -264,7 +262,8 @@ int MakeDirectoryW(const WCHAR* path);
 int RemoveDirectoryA(const char* path);
 int RemoveDirectoryW(const WCHAR* path);
 
-// One entry that a directory search found. Used again for the next entry, it keeps its buffer.
+// One entry that a directory search found. Used again for the next entry, it keeps its buffer. After a call that found
+// none it holds nothing of use.
 template <class Text>
 struct FindData : FileAttributeData {
     Text name;

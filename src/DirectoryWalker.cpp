@@ -1,7 +1,7 @@
 #include <KivFile/DirectoryWalker.h>
 
 #include <algorithm>
-#include <iterator>
+#include <utility>
 
 #include <KivBase/NoCase.h>
 
@@ -63,7 +63,7 @@ void DirectoryWalker::Walk(const Path& directory, const std::string& filter, boo
         const Path path(resumeAfter);
         resume = {path.FullPathLowerCase(), Kiv::ToLower(path.Directory())};
     }
-    std::vector<Path> entries; // of one directory after the other, so that its room is used again
+    std::vector<Path> entries; // of one directory after the other, so that the room of their texts is used again
     std::vector<Level> levels;
     levels.push_back({HandleDirectory(directory, filter, recursive, resume, entries, true)});
     while (!levels.empty() && !m_stopped) {
@@ -90,23 +90,24 @@ std::vector<Path> DirectoryWalker::HandleDirectory(const Path& directory, const 
         fileFlags |= KivSys::FindBareDirectories;
         directoryFlags |= KivSys::FindBareDirectories | KivSys::FindLimitToDirectories;
     }
-    entries.clear();
-    directory.List(entries, stop, filter, fileFlags);
-    for (const Path& entry : entries) {
+    std::size_t count = 0;
+    directory.List(entries, count, stop, filter, fileFlags);
+    for (std::size_t i = 0; i < count; ++i) {
         if (m_stopped)
             return {};
-        if (entry.IsFile())
-            HandleFile(entry, resume);
+        if (entries[i].IsFile())
+            HandleFile(entries[i], resume);
     }
     if (!recursive)
         return {};
     // A new list, because the handlers may have changed the directory.
-    entries.clear();
-    directory.List(entries, stop, DEFAULT_PATH_FILTER, directoryFlags);
+    count = 0;
+    directory.List(entries, count, stop, DEFAULT_PATH_FILTER, directoryFlags);
     std::vector<Path> directories;
-    std::copy_if(std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end()),
-                 std::back_inserter(directories),
-                 [](const Path& entry) { return entry.IsDirectory() && !entry.IsLink(); });
+    for (std::size_t i = 0; i < count; ++i) {
+        if (entries[i].IsDirectory() && !entries[i].IsLink())
+            directories.push_back(std::move(entries[i]));
+    }
     return directories;
 }
 

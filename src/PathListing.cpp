@@ -24,7 +24,7 @@ bool IsDots(const Name& name)
     return !name.empty() && name.size() <= 2 && std::equal(name.begin(), name.end(), dots.begin());
 }
 
-// The paths of a directory's entries.
+// Makes the texts of a directory's entries.
 template <class T>
 class EntryText
 {
@@ -32,31 +32,23 @@ public:
     using String = typename PathT<T>::String;
     using View = PathText::View<T>;
 
-    // The directory's text ends in a separator.
-    explicit EntryText(const String& directory) : m_text(directory), m_directoryLength(directory.size())
-    {
-        String probe = directory + T{'x'};
-        PathText::Normalize(probe);
-        m_isCanonical = probe.size() == directory.size() + 1 && probe.starts_with(directory);
-    }
+    // The directory's text, which is not copied, ends in a separator.
+    explicit EntryText(View directory) : m_directory(directory), m_isPlain(PathText::IsPlainDirectory<T>(directory)) {}
 
-    // The canonical text of an entry. Few have to be normalised, which takes half as long as making the path.
-    const String& Of(View name)
+    // Makes a text the canonical one of an entry. Few have to be normalised, which takes half as long as making the
+    // path.
+    void Assign(String& to, View name) const
     {
-        m_text.resize(m_directoryLength);
-        m_text.append(name);
-        if (m_isCanonical && PathText::IsPlainName<T>(name))
-            return m_text;
-        m_normalised = m_text;
-        PathText::Normalize(m_normalised);
-        return m_normalised;
+        to.clear();
+        to.reserve(m_directory.size() + name.size());
+        to.append(m_directory).append(name);
+        if (!m_isPlain || !PathText::IsPlainName<T>(name))
+            PathText::Normalize(to);
     }
 
 private:
-    String m_text;
-    String m_normalised;
-    std::size_t m_directoryLength;
-    bool m_isCanonical;
+    View m_directory;
+    bool m_isPlain;
 };
 
 // Where a path stands in a vector; the vector's size when it is none of its elements.
@@ -70,7 +62,7 @@ std::size_t IndexIn(const std::vector<Path>& paths, const Path* path)
 
 } // namespace
 
-// Calls visit(canonical text, search record) for each entry. From the first call on this path itself is not used, as
+// Calls visit(texts of entries, search record) for each entry. From the first call on this path itself is not used, as
 // it may move.
 template <class T>
 template <class Visit>
@@ -79,29 +71,33 @@ void PathT<T>::ForEachEntry(const bool& stop, const String& filter, std::uint32_
     using Calls = PathCalls<T>;
     if (!IsDirectory())
         return;
-    const String own = m_fullPath;
-    const String directory = Directory();
+    const std::size_t ownLength = m_fullPath.size();
+    String pattern = Directory();
+    const std::size_t directoryLength = pattern.size();
+    pattern += filter;
     typename Calls::FindData found;
-    const Kiv::FindHandle search(Calls::FindFirstFileWrp((directory + filter).c_str(), &found, findFlags));
+    const Kiv::FindHandle search(Calls::FindFirstFileWrp(pattern.c_str(), &found, findFlags));
     if (!search.IsValid())
         return;
-    EntryText<T> text(directory);
+    const EntryText<T> text(PathText::View<T>(pattern).substr(0, directoryLength));
     do {
         if (!IsDots(found.name))
-            visit(text.Of({found.name.data(), found.name.size()}), found);
+            visit(text, found);
     } while (!stop && Calls::FindNextFileWrp(search.Get(), &found));
     if (!stop && KivSys::GetLastError() != KivSys::ErrorNoMoreFiles)
-        PathTThrow::ThrowError(PathTThrow::CannotListAllFiles, own, PATH_EMPTY_STRING);
+        PathTThrow::ThrowError(PathTThrow::CannotListAllFiles, pattern.substr(0, ownLength), PATH_EMPTY_STRING);
 }
 
-// Makes this new path that of an entry: its text is canonical, and all that the search record says is remembered but
-// its date. The high half of the size is left out.
+// Makes this path that of an entry: all that the search record says is remembered but its date. The high half of the
+// size is left out.
 template <class T>
-template <class Record>
-void PathT<T>::TakeEntry(const String& text, const Record& record)
+template <class Text, class Record>
+void PathT<T>::TakeEntry(const Text& text, const Record& record)
 {
-    m_fullPath = text;
+    text.Assign(m_fullPath, {record.name.data(), record.name.size()});
+    m_fullPathLowerCase.clear();
     m_attributes = static_cast<std::int32_t>(record.attributes);
+    m_lastModificationDate = Kiv::DateTime();
     m_size = record.sizeLow;
 }
 
@@ -115,22 +111,26 @@ void PathT<T>::GetFileList(std::vector<PathT>& out, const String& filter) const
 template <class T>
 void PathT<T>::GetFileListInterruptable(std::vector<PathT>& out, const bool& stop, const String& filter) const
 {
-    List(out, stop, filter, KivSys::FindBasicInfo);
+    std::size_t size = out.size();
+    List(out, size, stop, filter, KivSys::FindBasicInfo);
 }
 
-// Appends entries; findFlags says what the search may leave out.
+// Puts the entries behind the first size paths of out, in place of those that are there, and counts them in size;
+// findFlags says what the search may leave out.
 template <class T>
-void PathT<T>::List(std::vector<PathT>& out, const bool& stop, const String& filter, std::uint32_t findFlags) const
+void PathT<T>::List(std::vector<PathT>& out, std::size_t& size, const bool& stop, const String& filter,
+                    std::uint32_t findFlags) const
 {
     // The date of narrow entries is remembered by their directory, where callers look for it. It may be an element of
     // out itself, which moves as out grows.
     constexpr bool entryHasDate = std::same_as<T, unsigned short>;
-    const std::size_t size = out.size();
     const std::size_t index = IndexIn(out, this);
-    ForEachEntry(stop, filter, findFlags, [&](const String& text, const auto& record) {
-        PathT& entry = out.emplace_back();
+    const bool isInside = index < out.size();
+    ForEachEntry(stop, filter, findFlags, [&](const auto& text, const auto& record) {
+        PathT& entry = size < out.size() ? out[size] : out.emplace_back();
+        ++size;
         entry.TakeEntry(text, record);
-        const PathT& dated = entryHasDate ? entry : index < size ? out[index] : *this;
+        const PathT& dated = entryHasDate ? entry : isInside ? out[index] : *this;
         dated.m_lastModificationDate = DateOf(record.lastWriteTime);
     });
 }
@@ -139,7 +139,7 @@ template <class T>
 void PathT<T>::GetFileListSP(std::vector<Kiv::SmartPtr<PathT>>& out, const String& filter) const
 {
     const bool stop = false;
-    ForEachEntry(stop, filter, KivSys::FindBasicInfo, [&](const String& text, const auto& record) {
+    ForEachEntry(stop, filter, KivSys::FindBasicInfo, [&](const auto& text, const auto& record) {
         PathT& entry = *out.emplace_back(Kiv::MakeShared<PathT>());
         entry.TakeEntry(text, record);
         entry.m_lastModificationDate = DateOf(record.lastWriteTime);
@@ -155,8 +155,9 @@ void PathT<T>::RecursiveDelete(bool force)
         {
             // All attributes at once: each entry will be asked whether it is offline.
             const bool stop = false;
+            std::size_t size = 0;
             if (!p.IsLink())
-                p.List(entries, stop, PATH_DEFAULT_FILTER, 0);
+                p.List(entries, size, stop, PATH_DEFAULT_FILTER, 0);
         }
 
         PathT* path;

@@ -194,20 +194,33 @@ private:
     std::size_t m_depth = 0; // components written that a ".." takes back
 };
 
-// Whether a text is canonical already and can be seen to be so: no separator behind its root follows another one or a
-// dot, and none stands at its end, nor does a dot. Most paths are, and are made in less than half the time that the
-// walk would take; the loop runs to the end so that it is done many characters at once.
+// Whether no separator behind the root follows another one or a dot. The loop runs to the end so that it is done many
+// characters at once.
 template <class T>
-bool IsPlain(View<T> text)
+bool HasPlainSeparators(View<T> text)
 {
-    if (text.empty() || text.ends_with(DOT) || text.ends_with(SEPARATOR))
-        return false;
     T found = 0;
     for (std::size_t i = RootLength<T>(text) + 1; i < text.size(); ++i) {
         const T unit = text[i], previous = text[i - 1];
         found |= static_cast<T>(unit == SEPARATOR && (previous == SEPARATOR || previous == DOT));
     }
     return found == 0;
+}
+
+// Whether a text is canonical already and can be seen to be so: its separators are plain and none stands at its end,
+// nor does a dot. Most paths are, and are made in less than half the time that the walk would take.
+template <class T>
+bool IsPlain(View<T> text)
+{
+    return !text.empty() && !text.ends_with(DOT) && !text.ends_with(SEPARATOR) && HasPlainSeparators<T>(text);
+}
+
+// The same of the text of a directory, which ends in a separator, before a plain name.
+template <class T>
+bool IsPlainDirectory(View<T> directory)
+{
+    return directory.find(T{SLASH}) == View<T>::npos && LengthBeforePath<T>(directory) == 0 &&
+           HasPlainSeparators<T>(directory);
 }
 
 // Whether a name behind the text of a directory, which ends in a separator, is as canonical as any other one is there:

@@ -248,9 +248,10 @@ private:
     void DeleteOne(bool force, bool isFresh);
     template <class Visit>
     void ForEachEntry(const bool& stop, const String& filter, std::uint32_t findFlags, Visit visit) const;
-    void List(std::vector<PathT>& out, const bool& stop, const String& filter, std::uint32_t findFlags) const;
-    template <class Record>
-    void TakeEntry(const String& text, const Record& record);
+    void List(std::vector<PathT>& out, std::size_t& size, const bool& stop, const String& filter,
+              std::uint32_t findFlags) const;
+    template <class Text, class Record>
+    void TakeEntry(const Text& text, const Record& record);
 
     [[nodiscard]] static String ComputerName();
     [[nodiscard]] std::uint32_t AskUniversalName(String& name) const;

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <string_view>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -85,11 +84,15 @@ DWORD StoredAttributes(int directory, const char* path)
     return stored.value_or(0) & AttributesStored;
 }
 
-bool IsDotName(const char* path)
+const char* NameOf(const char* path)
 {
     const char* separator = std::strrchr(path, '/');
-    const std::string_view name = separator != nullptr ? separator + 1 : path;
-    return name.size() > 1 && name.front() == '.' && name != "..";
+    return separator != nullptr ? separator + 1 : path;
+}
+
+bool IsDotName(const char* name)
+{
+    return name[0] == '.' && name[1] != 0 && (name[1] != '.' || name[2] != 0);
 }
 
 bool IsSparse(const struct stat& status)
@@ -115,20 +118,12 @@ FileTime FileTimeOf(const timespec& time)
     return {static_cast<DWORD>(steps), static_cast<DWORD>(steps >> 32)};
 }
 
-bool IsEarlier(const timespec& a, const timespec& b)
-{
-    return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
-}
-
 // All that the status says.
 FileAttributeData StatusData(const struct stat& status, bool isLink)
 {
-    // Not every file system keeps the creation: the earlier of the other times is never before it.
-    const timespec& created = IsEarlier(status.st_ctim, status.st_mtim) ? status.st_ctim : status.st_mtim;
     const auto size = static_cast<std::uint64_t>(S_ISDIR(status.st_mode) ? 0 : status.st_size);
-    return {ModeAttributes(status, isLink), FileTimeOf(created),
-            FileTimeOf(status.st_atim),     FileTimeOf(status.st_mtim),
-            static_cast<DWORD>(size >> 32), static_cast<DWORD>(size)};
+    return {ModeAttributes(status, isLink), FileTimeOf(status.st_mtim), static_cast<DWORD>(size >> 32),
+            static_cast<DWORD>(size)};
 }
 
 // Gives back the owner's write bit only: nothing tells who else had it.
@@ -150,7 +145,7 @@ bool ChangeAttributes(const char* path, mode_t mode, DWORD attributes)
 {
     const bool hasStored = S_ISREG(mode) || S_ISDIR(mode);
     const bool isReadOnly = (attributes & AttributeReadOnly) != 0;
-    const DWORD stored = IsDotName(path) ? attributes & ~DWORD{AttributeHidden} : attributes;
+    const DWORD stored = IsDotName(NameOf(path)) ? attributes & ~DWORD{AttributeHidden} : attributes;
     return (isReadOnly || ChangeReadOnly(path, mode, false)) && (!hasStored || WriteStored(path, stored)) &&
            (!isReadOnly || ChangeReadOnly(path, mode, true));
 }
@@ -168,7 +163,7 @@ bool ReadAttributeData(int directory, const char* path, StoredPart storedPart, F
         status = target;
     *data = StatusData(status, isLink);
     data->attributes |= storedPart == StoredPart::Read ? StoredAttributes(directory, path) : AttributeStoredUnread;
-    if (IsDotName(path))
+    if (IsDotName(directory == AT_FDCWD ? NameOf(path) : path))
         data->attributes |= AttributeHidden;
     if (data->attributes == 0)
         data->attributes = AttributeNormal;

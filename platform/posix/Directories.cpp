@@ -87,28 +87,27 @@ public:
 
     bool Open(const char* directory) { return m_directory.Open(directory); }
 
-    const FindDataA* NextEntry() override
+    bool NextEntry(FindDataA* found) override
     {
         while (const dirent64* entry = ReadEntry()) {
             if (IsLeftOut(*entry))
                 continue;
-            m_found.name.clear();
-            AppendShownName(m_found.name, entry->d_name);
-            if (m_pattern.Match(m_found.name) && ReadData(*entry))
-                return &m_found;
+            AssignShownName(found->name, entry->d_name);
+            if (m_pattern.Match(found->name) && ReadData(*entry, found))
+                return true;
         }
-        return nullptr;
+        return false;
     }
 
     // As NextEntry, but the entry that bears the pattern as its name comes first, and then alone.
-    const FindDataA* FirstEntry(std::string_view pattern)
+    bool FirstEntry(std::string_view pattern, FindDataA* found)
     {
         const std::optional<std::string> name = m_pattern.IsName() ? NativePath(pattern) : std::nullopt;
-        if (!name || !ReadAttributeData(m_directory.Descriptor(), name->c_str(), Stored(), &m_found))
-            return NextEntry();
+        if (!name || !ReadAttributeData(m_directory.Descriptor(), name->c_str(), Stored(), found))
+            return NextEntry(found);
         m_isDone = true;
-        AppendShownName(m_found.name, *name);
-        return &m_found;
+        AssignShownName(found->name, *name);
+        return true;
     }
 
 private:
@@ -136,15 +135,15 @@ private:
     }
 
     // False for an entry that is gone. One that may not be looked at is there all the same.
-    bool ReadData(const dirent64& entry)
+    bool ReadData(const dirent64& entry, FileAttributeData* data) const
     {
         const bool isBare = IsBare(entry);
-        if (!isBare && ReadAttributeData(m_directory.Descriptor(), entry.d_name, Stored(), &m_found))
+        if (!isBare && ReadAttributeData(m_directory.Descriptor(), entry.d_name, Stored(), data))
             return true;
         if (!isBare && errno == ENOENT)
             return false;
-        static_cast<FileAttributeData&>(m_found) = {};
-        m_found.attributes = entry.d_type == DT_DIR ? AttributeDirectory : AttributeNormal;
+        *data = {};
+        data->attributes = entry.d_type == DT_DIR ? AttributeDirectory : AttributeNormal;
         return true;
     }
 
@@ -152,19 +151,7 @@ private:
     Wildcards m_pattern;
     DWORD m_findFlags;
     bool m_isDone = false;
-    FindDataA m_found{};
 };
-
-void Assign(FindDataA& to, const FindDataA& found)
-{
-    to = found;
-}
-
-void Assign(FindDataW& to, const FindDataA& found)
-{
-    static_cast<FileAttributeData&>(to) = found;
-    AssignWide(to.name, found.name);
-}
 
 // Whether directories of the mounted file system count the ".." of those that they hold among their links.
 bool CountsDirectories(const char* path)
@@ -210,31 +197,27 @@ std::unique_ptr<Search> OpenSearch(const NativePattern& pattern, DWORD findFlags
     return nullptr;
 }
 
-template <class Data>
-HANDLE FindFirst(const char* text, Data* data, DWORD findFlags)
+// The search and its first entry; null, with the last error set, when there is none.
+std::unique_ptr<Search> FindFirst(const char* text, FindDataA* data, DWORD findFlags)
 {
     const std::optional<NativePattern> pattern = SplitPattern(text);
     std::unique_ptr<Search> search = pattern ? OpenSearch(*pattern, findFlags) : nullptr;
-    if (!search)
-        return InvalidHandle();
-    const FindDataA* found = search->FirstEntry(pattern->name);
-    if (found == nullptr) {
-        if (GetLastError() == ErrorNoMoreFiles)
-            SetLastError(ErrorFileNotFound);
-        return InvalidHandle();
-    }
-    Assign(*data, *found);
-    return HandleOf(search.release());
+    if (!search || search->FirstEntry(pattern->name, data))
+        return search;
+    if (GetLastError() == ErrorNoMoreFiles)
+        SetLastError(ErrorFileNotFound);
+    return nullptr;
 }
 
-template <class Data>
-bool FindNext(HANDLE search, Data* data)
+HANDLE HandleOf(std::unique_ptr<Search> search)
 {
-    Object* object = ObjectOf(search);
-    const FindDataA* found = object != nullptr ? object->NextEntry() : nullptr;
-    if (found != nullptr)
-        Assign(*data, *found);
-    return found != nullptr;
+    return search ? HandleOf(search.release()) : InvalidHandle();
+}
+
+void Assign(FindDataW* to, const FindDataA& found)
+{
+    static_cast<FileAttributeData&>(*to) = found;
+    AssignWide(to->name, found.name);
 }
 
 int ResultOf(bool isDone)
@@ -323,22 +306,31 @@ int RemoveDirectoryW(const WCHAR* path)
 
 HANDLE FindFirstFileA(const char* pattern, FindDataA* data, DWORD findFlags)
 {
-    return FindFirst(pattern, data, findFlags);
+    return HandleOf(FindFirst(pattern, data, findFlags));
 }
 
 HANDLE FindFirstFileW(const WCHAR* pattern, FindDataW* data, DWORD findFlags)
 {
-    return FindFirst(NarrowPath(pattern).c_str(), data, findFlags);
+    FindDataA found;
+    std::unique_ptr<Search> search = FindFirst(NarrowPath(pattern).c_str(), &found, findFlags);
+    if (search)
+        Assign(data, found);
+    return HandleOf(std::move(search));
 }
 
 bool FindNextFileA(HANDLE search, FindDataA* data)
 {
-    return FindNext(search, data);
+    Object* object = ObjectOf(search);
+    return object != nullptr && object->NextEntry(data);
 }
 
 bool FindNextFileW(HANDLE search, FindDataW* data)
 {
-    return FindNext(search, data);
+    FindDataA found;
+    const bool isFound = FindNextFileA(search, &found);
+    if (isFound)
+        Assign(data, found);
+    return isFound;
 }
 
 bool GetCurrentDirectoryA(NarrowText* path)

@@ -28,11 +28,11 @@ public:
         SetLastError(ErrorInvalidHandle);
         return nullptr;
     }
-    // Null, with the last error set, at the end of a directory search and when the object is none.
-    virtual const FindDataA* NextEntry()
+    // False, with the last error set, at the end of a directory search and when the object is none.
+    virtual bool NextEntry(FindDataA*)
     {
         SetLastError(ErrorInvalidHandle);
-        return nullptr;
+        return false;
     }
 };
 

@@ -145,16 +145,21 @@ void AppendNative(std::string& to, std::string_view component)
         to.replace(begin, to.size(), component);
 }
 
+// Most names are.
+bool IsShownAsItIs(std::string_view component)
+{
+    const auto isPlain = [](char c) { return KINDS[static_cast<unsigned char>(c)] == Plain; };
+    const bool isCut = !component.empty() && IsDotOrBlank(component.back()) && !IsDots(component);
+    return !isCut && std::all_of(component.begin(), component.end(), isPlain);
+}
+
 void AppendHouse(std::string& to, std::string_view component)
 {
-    const std::size_t holdable = IsDots(component) ? component.size() : LengthWithoutDotsAndBlanks(component);
-    unsigned char found = holdable != component.size();
-    for (const char c : component) // to the end, which is faster than to stop
-        found |= KINDS[static_cast<unsigned char>(c)];
-    if (found == 0) {
+    if (IsShownAsItIs(component)) {
         to += component;
         return;
     }
+    const std::size_t holdable = LengthWithoutDotsAndBlanks(component);
     for (std::size_t i = 0; i < component.size(); ++i) {
         if (i >= holdable || IsUnholdable(component[i])) {
             AppendMapped(to, component[i]);
@@ -176,9 +181,9 @@ std::optional<std::string> FailPath(DWORD code)
 // Most are so, and the loop runs to the end so that it is done many characters at once.
 bool IsAlmostNative(std::string_view text)
 {
-    bool isOther = IsDotOrBlank(text.back());
-    for (std::size_t i = 0; i < text.size(); ++i)
-        isOther |= text[i] == MAPPED_LEAD || (i > 0 && IsSeparator(text[i]) && IsDotOrBlank(text[i - 1]));
+    bool isOther = text.front() == MAPPED_LEAD || IsDotOrBlank(text.back());
+    for (std::size_t i = 1; i < text.size(); ++i)
+        isOther |= text[i] == MAPPED_LEAD || (IsSeparator(text[i]) && IsDotOrBlank(text[i - 1]));
     return !isOther;
 }
 
@@ -252,8 +257,9 @@ std::string HousePath(const std::string& native)
     return house;
 }
 
-void AppendShownName(std::string& to, std::string_view name)
+void AssignShownName(std::string& to, std::string_view name)
 {
+    to.clear();
     AppendHouse(to, name);
 }
 

@@ -23,9 +23,9 @@ struct NativePattern {
 };
 std::optional<NativePattern> SplitPattern(std::string_view pattern);
 
-// The house's form of one of the system's paths, and of the name of an entry, which is appended.
+// The house's form of one of the system's paths, and of the name of an entry.
 std::string HousePath(const std::string& native);
-void AppendShownName(std::string& to, std::string_view name);
+void AssignShownName(std::string& to, std::string_view name);
 
 // The path of the directory that holds the last component.
 std::string ParentOf(const std::string& native);

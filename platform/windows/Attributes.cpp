@@ -1,4 +1,3 @@
-#include <cstddef>
 #include <io.h>
 
 #include <platform/windows/System.h>
@@ -14,16 +13,6 @@ static_assert(AttributeReadOnly == FILE_ATTRIBUTE_READONLY && AttributeHidden ==
               AttributeNotContentIndexed == FILE_ATTRIBUTE_NOT_CONTENT_INDEXED &&
               InvalidFileAttributes == INVALID_FILE_ATTRIBUTES);
 
-using NativeData = ::WIN32_FILE_ATTRIBUTE_DATA;
-static_assert(sizeof(FileAttributeData) == sizeof(NativeData) && sizeof(FileTime) == sizeof(::FILETIME) &&
-              offsetof(FileTime, high) == offsetof(::FILETIME, dwHighDateTime) &&
-              offsetof(FileAttributeData, attributes) == offsetof(NativeData, dwFileAttributes) &&
-              offsetof(FileAttributeData, creationTime) == offsetof(NativeData, ftCreationTime) &&
-              offsetof(FileAttributeData, lastAccessTime) == offsetof(NativeData, ftLastAccessTime) &&
-              offsetof(FileAttributeData, lastWriteTime) == offsetof(NativeData, ftLastWriteTime) &&
-              offsetof(FileAttributeData, sizeHigh) == offsetof(NativeData, nFileSizeHigh) &&
-              offsetof(FileAttributeData, sizeLow) == offsetof(NativeData, nFileSizeLow));
-
 DWORD GetFileAttributesA(const char* path)
 {
     return ::GetFileAttributesA(path);
@@ -36,12 +25,20 @@ DWORD GetFileAttributesW(const WCHAR* path)
 
 bool GetFileAttributesExA(const char* path, FileAttributeData* data)
 {
-    return ::GetFileAttributesExA(path, ::GetFileExInfoStandard, data) != 0;
+    ::WIN32_FILE_ATTRIBUTE_DATA found;
+    const bool isDone = ::GetFileAttributesExA(path, ::GetFileExInfoStandard, &found) != 0;
+    if (isDone)
+        *data = DataOf(found);
+    return isDone;
 }
 
 bool GetFileAttributesExW(const WCHAR* path, FileAttributeData* data)
 {
-    return ::GetFileAttributesExW(Wide(path), ::GetFileExInfoStandard, data) != 0;
+    ::WIN32_FILE_ATTRIBUTE_DATA found;
+    const bool isDone = ::GetFileAttributesExW(Wide(path), ::GetFileExInfoStandard, &found) != 0;
+    if (isDone)
+        *data = DataOf(found);
+    return isDone;
 }
 
 bool SetFileAttributesA(const char* path, DWORD attributes)

@@ -19,21 +19,11 @@ namespace
     return (findFlags & FindLimitToDirectories) != 0 ? ::FindExSearchLimitToDirectories : ::FindExSearchNameMatch;
 }
 
-FileTime TimeOf(const ::FILETIME& time)
-{
-    return {time.dwLowDateTime, time.dwHighDateTime};
-}
-
 // Takes over the system's record, narrow or wide.
 template <class Data, class Found>
 void Assign(Data& to, const Found& found)
 {
-    to.attributes = found.dwFileAttributes;
-    to.creationTime = TimeOf(found.ftCreationTime);
-    to.lastAccessTime = TimeOf(found.ftLastAccessTime);
-    to.lastWriteTime = TimeOf(found.ftLastWriteTime);
-    to.sizeHigh = found.nFileSizeHigh;
-    to.sizeLow = found.nFileSizeLow;
+    static_cast<FileAttributeData&>(to) = DataOf(found);
     const auto* end = found.cFileName;
     while (*end != 0)
         ++end;

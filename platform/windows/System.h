@@ -25,4 +25,14 @@ inline wchar_t* Wide(WCHAR* text)
     return reinterpret_cast<wchar_t*>(text);
 }
 
+// What one of the system's records of a file says.
+template <class Found>
+FileAttributeData DataOf(const Found& found)
+{
+    return {found.dwFileAttributes,
+            {found.ftLastWriteTime.dwLowDateTime, found.ftLastWriteTime.dwHighDateTime},
+            found.nFileSizeHigh,
+            found.nFileSizeLow};
+}
+
 } // namespace KivSys
