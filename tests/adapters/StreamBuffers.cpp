@@ -1,9 +1,6 @@
 #include <functional>
 #include <sstream>
-#include <string>
 #include <utility>
-
-#include <gtest/gtest.h>
 
 #include <KivFile/FileException.h>
 #include <KivFile/IStreamBuffer.h>

@@ -1,8 +1,4 @@
 #include <algorithm>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include <KivFile/FileException.h>
 #include <KivFile/MemoryBuffer.h>

@@ -2,9 +2,6 @@
 #include <algorithm>
 #include <optional>
 #include <random>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <KivFile/CFileBuffer.h>
 #include <KivFile/DiskBuffer.h>

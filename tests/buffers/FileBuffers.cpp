@@ -1,7 +1,4 @@
 #include <functional>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <KivFile/CFileBuffer.h>
 #include <KivFile/StaticMemoryBuffer.h>

@@ -1,7 +1,3 @@
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include <KivFile/FileException.h>
 #include <KivFile/MemoryBuffer.h>
 #include <KivFile/StaticMemoryBuffer.h>

@@ -1,8 +1,3 @@
-#include <filesystem>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include <KivFile/DiskBuffer.h>
 #include <platform/Platform.h>
 

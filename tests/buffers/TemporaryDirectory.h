@@ -1,25 +1,17 @@
 // What the tests of files and buffers share.
 #pragma once
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <random>
-#include <stdexcept>
-#include <string>
 
 #include <KivBase/BinaryStreamBuf.h>
 #include <KivBase/WString.h>
+#include <platform/Folder.h>
 
-// A fresh directory for the files of one test.
+// A fresh directory for the files of one test, with names as a user writes them.
 class TemporaryDirectory
 {
 public:
-    TemporaryDirectory() { std::filesystem::create_directory(m_path); }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-    ~TemporaryDirectory() { std::filesystem::remove_all(m_path); }
-
     std::string Path() const { return m_path.string(); }
     std::string File(const std::string& name = "file") const { return (m_path / name).string(); }
 
@@ -43,8 +35,8 @@ public:
     }
 
 private:
-    const std::filesystem::path m_path =
-        std::filesystem::temp_directory_path() / ("kiv-buffers-" + std::to_string(std::random_device()()));
+    const Folder m_folder;
+    const std::filesystem::path m_path = std::filesystem::path(m_folder.Path()).make_preferred();
 };
 
 // The whole content of a buffer, whose get position is then at its end.
@@ -68,8 +60,9 @@ std::string FailureOf(Operation operation)
     try {
         operation();
     } catch (const Exception& failure) {
+        EXPECT_EQ(typeid(failure), typeid(Exception));
         const std::string text = Kiv::Utf8(failure.What());
-        return text.find("kiv-buffers-") == text.npos ? text : text.substr(0, text.find(" file "));
+        return text.find("kiv-test-") == text.npos ? text : text.substr(0, text.find(" file "));
     }
     return "";
 }

@@ -124,14 +124,7 @@ TEST(CompoundDocument, FieldsDecideWhatIsOpenedAndListed)
     const std::string other = std::string(32, 'x') + ' ', both = other + "name ";
     const std::string corrupted = "(corrupted)", none = "(not a storage)";
     // Without a FAT the first sector of the directory can still be read.
-    enum Field : std::size_t {
-        SIGNATURE = 6,
-        VERSION = 24,
-        BYTE_ORDER_MARK = 28,
-        SHIFT = 30,
-        MINI_SHIFT = 32,
-        FAT = 44
-    };
+    constexpr std::size_t SIGNATURE = 6, VERSION = 24, BYTE_ORDER_MARK = 28, SHIFT = 30, MINI_SHIFT = 32, FAT = 44;
     const struct {
         std::size_t field;
         std::vector<std::uint16_t> values;

@@ -41,19 +41,14 @@ std::string Title(const std::string& value, std::uint16_t codePage = 1252)
 }
 
 // An entry of a dictionary. The length is in units, those of the padding not counted.
-std::string Name(std::uint32_t id, std::string_view name, std::size_t length)
-{
-    return Bytes(id, Count(length)) + std::string(name);
-}
-
 std::string Name(std::uint32_t id, std::string_view name)
 {
-    return Name(id, name, name.size());
+    return Bytes(id, Count(name.size())) + std::string(name);
 }
 
-std::string WideName(std::uint32_t id, std::u16string_view name, std::size_t length)
+std::string WideName(std::uint32_t id, std::u16string_view name, std::uint32_t length)
 {
-    return Name(id, BytesOf(name), length);
+    return Bytes(id, length) + BytesOf(name);
 }
 
 std::string Repeated(unsigned int times, const std::string& bytes)

@@ -71,15 +71,11 @@ TEST(MessageRecords, NameTheirPlaceAndParameters)
     EXPECT_EQ(Utf8(DriveDoesNotExistException(record).What()), "The drive z: in z:\\x does not exist.");
 }
 
-TEST(MessageCatalog, IsRegisteredWhenTheLibraryIsLoaded)
+TEST(MessageCatalog, IsRegisteredWhenTheLibraryIsLoadedAndHasTheStatedLayout)
 {
     EXPECT_GE(KivMessagesInit::ms_Cnt, 1);
     EXPECT_EQ(Utf8(KivMessages::Text("KivFile", 17)), "An error occurred while getting the file attributes for %1.");
     EXPECT_EQ(KivMessages::Text("KivFile", 18), WString());
-}
-
-TEST(MessageCatalog, BlockBeginsWithItsCountAndARecordOfTheStatedLayout)
-{
     const auto* block = reinterpret_cast<const char*>(MESSAGE_BLOCK.Bytes());
     const WString text = KivMessages::Text("KivFile", 0);
     EXPECT_EQ(Utf8(text), "It is impossible to open the configuration source %1.");

@@ -4,26 +4,11 @@
 namespace
 {
 
-using KivFile::FileCannotCopyException;
-using KivFile::FileCannotCreateException;
-using KivFile::FileCannotDeleteException;
-using KivFile::FileCannotMoveException;
-using KivFile::FileCannotSetAttributes;
+using namespace KivFile;
 
 template <class T>
-class PathChanges : public FileSystem<T>
-{
-};
+using PathChanges = FileSystem<T>;
 TYPED_TEST_SUITE(PathChanges, BothWidths);
-
-TYPED_TEST(PathChanges, AMissingFileIsFalseToEveryQuestionAndNotRemembered)
-{
-    const auto path = this->At("late");
-    EXPECT_FALSE(path.Exists() || path.IsFile() || path.IsDirectory() || path.IsReadOnly() || path.IsHidden() ||
-                 path.IsNotIndexed() || path.IsReadable() || path.IsWritable());
-    this->File("late", "four");
-    EXPECT_TRUE(path.IsFile() && path.IsReadable() && path.IsWritable());
-}
 
 TYPED_TEST(PathChanges, SetAttributeKeepsTheOtherAttributesThatTheFileHasNow)
 {
@@ -94,7 +79,7 @@ TYPED_TEST(PathChanges, DeleteOfAnOfflineFileLeavesIt)
 
 TYPED_TEST(PathChanges, TheFlagsOfTheTwoCopiesAreOpposites)
 {
-    using TypedPath = KivFile::PathT<TypeParam>;
+    using TypedPath = PathT<TypeParam>;
     const auto from = this->File("from", "new");
     const auto to = this->File("to", "old");
     const auto& target = to.FullPath();
@@ -112,7 +97,7 @@ TYPED_TEST(PathChanges, TheFlagsOfTheTwoCopiesAreOpposites)
 
 TYPED_TEST(PathChanges, MoveAndRenameTakeTheNewTextAndReplaceNothing)
 {
-    using TypedPath = KivFile::PathT<TypeParam>;
+    using TypedPath = PathT<TypeParam>;
     this->File("other", "other");
     const struct {
         void (TypedPath::*member)(const typename TypedPath::String&);
@@ -147,7 +132,7 @@ TYPED_TEST(PathChanges, FreeSpaceIsThatOfTheDirectoryAndZeroWhereThereIsNone)
 
 TYPED_TEST(PathChanges, LongAndWideNamesWork)
 {
-    using WidePath = KivFile::PathT<unsigned short>;
+    using WidePath = PathT<unsigned short>;
     const std::string name = "x\\" + std::string(120, 'n') + "\\" + std::string(60, 'm');
     this->Directory(name);
     const Kiv::WString wide = Kiv::Wide(u"gr\u00fc\u00df-\u65e5\u672c-\U0001F600");

@@ -1,10 +1,10 @@
 // What the tests of paths in the file system share.
 #pragma once
 
-#include <string>
-#include <vector>
+#include <functional>
 
 #include <KivBase/NoCase.h>
+#include <KivFile/DirectoryWalker.h>
 #include <KivFile/FileException.h>
 #include <paths/Widths.h>
 #include <platform/Folder.h>
@@ -43,6 +43,27 @@ protected:
     }
 
     Folder m_folder;
+};
+
+// Keeps the names of the files that a walk hands to it and answers as it is told.
+class Recorder : public KivFile::DirectoryWalker::Handler
+{
+public:
+    using Path = KivFile::PathT<char>;
+    using Answer = std::function<bool(const Path&)>;
+    static bool Yes(const Path&) { return true; }
+    explicit Recorder(Answer answer = Yes) : m_answer(std::move(answer)) {}
+
+    bool HandleFile(const Path& file) override
+    {
+        names.push_back(file.FileName());
+        return m_answer(file);
+    }
+
+    std::vector<std::string> names;
+
+private:
+    Answer m_answer;
 };
 
 // What an exception says of its cause: the parameters and the system's error, 0 when none is stored.

@@ -1,6 +1,5 @@
 // Drives, the current directory, servers and stored letter case. Where there are no drives, every letter is a missing
 // one.
-#include <filesystem>
 
 #include "FileSystem.h"
 
@@ -8,9 +7,7 @@ namespace
 {
 
 template <class T>
-class PathPlaces : public FileSystem<T>
-{
-};
+using PathPlaces = FileSystem<T>;
 TYPED_TEST_SUITE(PathPlaces, BothWidths);
 
 TYPED_TEST(PathPlaces, TheCurrentPathIsThatOfTheProcessOrOfADrive)

@@ -1,10 +1,6 @@
 // Walks through directory trees.
 #include <algorithm>
-#include <functional>
-#include <set>
 #include <stdexcept>
-
-#include <KivFile/DirectoryWalker.h>
 
 #include "FileSystem.h"
 
@@ -14,25 +10,6 @@ namespace
 using KivFile::DirectoryWalker;
 using Path = KivFile::PathT<char>;
 using Names = std::vector<std::string>;
-
-// Keeps the names of the files and answers as it is told.
-class Recorder : public DirectoryWalker::Handler
-{
-public:
-    using Answer = std::function<bool(const Path&)>;
-    explicit Recorder(Answer answer = [](const Path&) { return true; }) : m_answer(std::move(answer)) {}
-
-    bool HandleFile(const Path& file) override
-    {
-        names.push_back(file.FileName());
-        return m_answer(file);
-    }
-
-    Names names;
-
-private:
-    Answer m_answer;
-};
 
 class Walker : public FileSystem<char>
 {
@@ -47,7 +24,7 @@ protected:
 
     // The names that a walk of the tree hands to the first of several handlers, one for each answer.
     Names Walk(const std::string& filter, bool recursive, const std::string& resumeAfter = "",
-               const std::vector<Recorder::Answer>& answers = {[](const Path&) { return true; }}) const
+               const std::vector<Recorder::Answer>& answers = {Recorder::Yes}) const
     {
         DirectoryWalker walker;
         std::vector<Kiv::SmartPtr<Recorder>> recorders;
@@ -92,10 +69,9 @@ TEST_F(Walker, ResumesAtTheFileNamedWhateverItsLetterCaseAndForm)
 
 TEST_F(Walker, TheLastHandlersAnswerDecidesAndWhatOneThrowsLeavesTheWalk)
 {
-    const auto yes = [](const Path&) { return true; };
     const auto no = [](const Path&) { return false; };
-    EXPECT_EQ(WalkWith({no, yes}).size(), 5u);
-    EXPECT_EQ(WalkWith({yes, no}).size(), 1u);
+    EXPECT_EQ(WalkWith({no, Recorder::Yes}).size(), 5u);
+    EXPECT_EQ(WalkWith({Recorder::Yes, no}).size(), 1u);
     EXPECT_THROW(WalkWith({[](const Path&) -> bool { throw std::runtime_error("enough"); }}), std::runtime_error);
 }
 

@@ -1,9 +1,5 @@
 #include <cstring>
-#include <filesystem>
 #include <limits>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <KivFile/CFile.h>
 #include <KivFile/MemoryMapFile.h>

@@ -1,19 +1,15 @@
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
-#include <vector>
 
 #include <KivBase/BinaryStreamException.h>
 #include <KivFile/MemoryBuffer.h>
 #include <paths/Widths.h>
+#include <platform/Folder.h>
 
 namespace
 {
 
 template <class T>
-class PathText : public Widths<T>
-{
-};
+using PathText = Widths<T>;
 TYPED_TEST_SUITE(PathText, BothWidths);
 
 TYPED_TEST(PathText, IsTakenApart)
@@ -148,13 +144,10 @@ TYPED_TEST(PathText, BearsWhatAStreamYields)
         KivFile::MemoryBuffer buffer(row.bytes.data(), static_cast<unsigned int>(row.bytes.size()));
         Kiv::BinaryStreamT<unsigned int> stream(buffer);
         auto path = this->Of("old");
-        bool endedEarly = false;
-        try {
-            stream >> path;
-        } catch (const Kiv::BinaryStreamGetEOFException&) {
-            endedEarly = true;
-        }
-        EXPECT_EQ(endedEarly, row.endsEarly);
+        if (row.endsEarly)
+            EXPECT_THROW(stream >> path, Kiv::BinaryStreamGetEOFException);
+        else
+            EXPECT_NO_THROW(stream >> path);
         EXPECT_EQ(this->Ascii(*path).substr(0, path.FullPath().find(TypeParam{})), row.path);
         EXPECT_LT(path.FullPath().capacity(), 200000u) << "a length is not believed";
         EXPECT_TRUE(path.Root().empty() && path.FileExtension().empty() && path.IsRelative());
@@ -163,30 +156,20 @@ TYPED_TEST(PathText, BearsWhatAStreamYields)
     }
 }
 
-// A directory that goes with the test.
-template <class T>
-class PathFile : public Widths<T>
+TYPED_TEST(PathText, OfAFileIsAskedForUntilItIsThereAndThenRemembered)
 {
-protected:
-    PathFile() { std::filesystem::create_directories(m_directory); }
-    ~PathFile() override { std::filesystem::remove_all(m_directory); }
-
-    std::filesystem::path m_directory = std::filesystem::temp_directory_path() / "kivfile-test-paths";
-};
-TYPED_TEST_SUITE(PathFile, BothWidths);
-
-TYPED_TEST(PathFile, IsAskedForUntilItIsThereAndThenRemembered)
-{
-    const auto file = this->m_directory / "f.txt";
-    auto path = this->Of(file.string());
-    EXPECT_TRUE(!path.Exists() && !path.IsFile() && !path.IsDirectory() && path.Size() == 0);
+    const Folder folder;
+    const std::string file = folder / "f.txt";
+    auto path = this->Of(file);
+    EXPECT_FALSE(path.Exists() || path.IsFile() || path.IsDirectory() || path.IsReadOnly() || path.IsHidden() ||
+                 path.IsNotIndexed() || path.IsReadable() || path.IsWritable() || path.Size() != 0);
     EXPECT_EQ(path.GetLastModificationDate(), Kiv::DateTime());
 
-    std::ofstream(file) << "12345";
-    EXPECT_TRUE(path.Exists() && path.IsFile() && !path.IsDirectory() && path.Size() == 5);
+    WriteText(file, "12345");
+    EXPECT_TRUE(path.IsFile() && path.IsReadable() && path.IsWritable() && !path.IsDirectory() && path.Size() == 5);
     EXPECT_GT(path.GetLastModificationDate().Seconds(), 1500000000);
 
-    std::filesystem::remove(file);
+    KivSys::UnlinkA(file.c_str());
     auto copy = path;
     EXPECT_TRUE(copy.Exists()) << "a copy takes the caches with it";
     path = path.FullPath();
@@ -197,13 +180,14 @@ TYPED_TEST(PathFile, IsAskedForUntilItIsThereAndThenRemembered)
     EXPECT_FALSE(copy.Exists());
 }
 
-TYPED_TEST(PathFile, IsItsOwnDirectoryWhereItIsOne)
+TYPED_TEST(PathText, OfADirectoryIsItsOwnDirectory)
 {
-    const auto path = this->Of(this->m_directory.string());
+    const Folder folder;
+    const auto path = this->Of(folder.Path());
     EXPECT_TRUE(path.IsDirectory() && !path.IsFile());
     EXPECT_EQ(this->Ascii(this->Of("\\").Directory()), "\\");
     EXPECT_EQ(this->Ascii(path.Directory()), this->Ascii(*path) + "\\");
-    EXPECT_EQ(this->Ascii(this->Of((this->m_directory / "f").string()).Directory()), this->Ascii(*path) + "\\");
+    EXPECT_EQ(this->Of(folder / "f").Directory(), path.Directory());
 }
 
 } // namespace

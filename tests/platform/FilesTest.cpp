@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "Folder.h"
 
 namespace
@@ -42,8 +40,7 @@ TEST(OpeningFiles, DispositionsCreateKeepOrTruncateAndEachFailureHasItsCode)
         EXPECT_TRUE(row.content == nullptr || ReadText(folder / row.name) == row.content);
         EXPECT_TRUE(row.content != nullptr || ReadText(folder / "file") == "old");
     }
-    EXPECT_EQ(OpenFile("", OpenExisting), InvalidHandle());
-    EXPECT_EQ(GetLastError(), ErrorPathNotFound);
+    EXPECT_EQ(CodeOfOpening("", OpenExisting), ErrorPathNotFound);
 }
 
 TEST(OpeningFiles, ShareModesConflictInBothOrders)
@@ -51,20 +48,16 @@ TEST(OpeningFiles, ShareModesConflictInBothOrders)
     const Folder folder;
     const std::string path = folder / "file";
     WriteText(path, "old");
-    const auto openReader = [&] { return OpenFile(path, OpenExisting, GenericRead, ShareRead); };
     {
-        const Opened reader(openReader());
-        EXPECT_TRUE(Opened(openReader()));
-        for (const DWORD disposition : {OpenAlways, CreateAlways}) {
-            EXPECT_EQ(OpenFile(path, disposition), InvalidHandle());
-            EXPECT_EQ(GetLastError(), ErrorSharingViolation);
-        }
+        const Opened reader(OpenFile(path, OpenExisting, GenericRead, ShareRead));
+        EXPECT_EQ(CodeOfOpening(path, OpenExisting, GenericRead, ShareRead), ErrorSuccess);
+        for (const DWORD disposition : {OpenAlways, CreateAlways})
+            EXPECT_EQ(CodeOfOpening(path, disposition), ErrorSharingViolation);
         EXPECT_EQ(ReadText(path), "old") << "truncated by one who was refused";
     }
     const Opened writer(OpenFile(path, OpenExisting));
     ASSERT_TRUE(writer);
-    EXPECT_EQ(openReader(), InvalidHandle());
-    EXPECT_EQ(GetLastError(), ErrorSharingViolation);
+    EXPECT_EQ(CodeOfOpening(path, OpenExisting, GenericRead, ShareRead), ErrorSharingViolation);
 }
 
 TEST(DeleteOnClose, TheNameIsThereWhileTheFileIsOpenAndGoneAfter)
@@ -78,11 +71,9 @@ TEST(DeleteOnClose, TheNameIsThereWhileTheFileIsOpenAndGoneAfter)
         ASSERT_TRUE(file);
         EXPECT_EQ(GetFileSize(file, nullptr), 0u);
         EXPECT_NE(GetFileAttributesA(path.c_str()), InvalidFileAttributes);
-        EXPECT_EQ(OpenFile(path, CreateAlways, ReadWrite, ShareNone, FlagDeleteOnClose), InvalidHandle());
-        EXPECT_EQ(GetLastError(), ErrorSharingViolation);
+        EXPECT_EQ(CodeOfOpening(path, CreateAlways, ReadWrite, ShareNone, FlagDeleteOnClose), ErrorSharingViolation);
         file.Close();
-        EXPECT_EQ(GetFileAttributesA(path.c_str()), InvalidFileAttributes);
-        EXPECT_EQ(GetLastError(), ErrorFileNotFound);
+        EXPECT_EQ(CodeOf(GetFileAttributesA(path.c_str()) != InvalidFileAttributes), ErrorFileNotFound);
     }
 }
 

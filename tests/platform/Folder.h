@@ -1,20 +1,24 @@
-// A folder of a test's own, removed with all that is in it.
+// What tests do with files below the library: by the calls of the platform floor.
 #pragma once
 
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
 
 #include <platform/Platform.h>
 
+// A folder of a test's own, removed with all that is in it.
 class Folder
 {
 public:
     explicit Folder(const std::string& parent = KivSys::TemporaryDirectory())
     {
         static int count = 0;
-        m_path =
-            parent + "/kiv-platform-" + std::to_string(KivSys::GetCurrentProcessId()) + "-" + std::to_string(++count);
+        m_path = parent + "/kiv-test-" + std::to_string(KivSys::GetCurrentProcessId()) + "-" + std::to_string(++count);
         // An interrupted process of the same number may have left one.
         Remove();
         KivSys::MakeDirectoryA(m_path.c_str());
@@ -78,6 +82,13 @@ inline KivSys::HANDLE OpenFile(const std::string& path, KivSys::DWORD dispositio
     return KivSys::CreateFileA(path.c_str(), access, share, disposition, flags);
 }
 
+template <class... Arguments>
+KivSys::DWORD CodeOfOpening(const Arguments&... arguments)
+{
+    const Opened file(OpenFile(arguments...));
+    return CodeOf(static_cast<bool>(file));
+}
+
 inline void WriteText(const std::string& path, const std::string& text)
 {
     const Opened file(OpenFile(path, KivSys::CreateAlways));
@@ -92,4 +103,24 @@ inline std::string ReadText(const std::string& path)
     KivSys::DWORD read = 0;
     KivSys::ReadFile(file, text.data(), static_cast<KivSys::DWORD>(text.size()), &read);
     return text.substr(0, read);
+}
+
+using Found = std::set<std::string>;
+
+// The names that match a pattern, without "." and "..". The last error is that of the end.
+inline Found Find(const std::string& pattern)
+{
+    Found names;
+    KivSys::FindDataA found;
+    const KivSys::HANDLE search = KivSys::FindFirstFileA(pattern.c_str(), &found, 0);
+    if (search == KivSys::InvalidHandle())
+        return names;
+    do {
+        if (found.name != "." && found.name != "..")
+            names.insert(found.name);
+    } while (KivSys::FindNextFileA(search, &found));
+    const KivSys::DWORD error = KivSys::GetLastError();
+    KivSys::FindClose(search);
+    KivSys::SetLastError(error);
+    return names;
 }

@@ -1,6 +1,7 @@
+// The process, its threads and what the system tells it.
+#include <atomic>
 
-#include <gtest/gtest.h>
-#include <platform/Platform.h>
+#include "Folder.h"
 
 namespace
 {
@@ -28,6 +29,29 @@ TEST(ErrorTexts, AreOneLineAndFitTheBuffer)
         EXPECT_EQ(text[3], 0xBEEF) << code;
     }
     EXPECT_EQ(FormatMessageW(0x20001234, text, 300), 0u);
+}
+
+std::atomic<bool> s_cleanedUp = false;
+
+struct CleansUpSlowly {
+    ~CleansUpSlowly()
+    {
+        const Opened never(CreateEventW(true));
+        EXPECT_EQ(WaitForSingleObject(never, 50), DWORD{WaitTimeout});
+        s_cleanedUp = true;
+    }
+};
+
+TEST(Threads, TheEndComesAfterTheThreadsOwnVariables)
+{
+    const Opened thread(CreateThread(
+        [](void*) -> DWORD {
+            const thread_local CleansUpSlowly object;
+            return 0;
+        },
+        nullptr, "cleaner"));
+    EXPECT_EQ(WaitForSingleObject(thread, 20000), DWORD{WaitObject0});
+    EXPECT_TRUE(s_cleanedUp);
 }
 
 } // namespace

@@ -1,8 +1,3 @@
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "Folder.h"
 
 namespace
@@ -39,10 +34,8 @@ TEST(CodePages, CharactersConvertBothWays)
         {437, "\x81\xE1", {0xFC, 0xDF}},
         {866, "\x80\xEF", {0x410, 0x44F}},
         {874, "\x80\xA1\xFB", {0x20AC, 0xE01, 0xE5B}},
-        {932, "\x82\xA0\xB1\x8A\xBF", {0x3042, 0xFF71, 0x6F22}},
         {936, "\xBA\xBA\xD7\xD6", {0x6C49, 0x5B57}},
         {949, "\xC7\xD1\x81\x41", {0xD55C, 0xAC02}},
-        {950, "\xBA\x7E\xA6\x72", {0x6F22, 0x5B57}},
         {1250, "\x8A\xB9", {0x160, 0x105}},
         {1251, "\xCF\xF0\xA8", {0x41F, 0x440, 0x401}},
         {1252, "\x80\x81\x9F\xE4", {0x20AC, 0x81, 0x178, 0xE4}}, // an undefined byte is that control character
@@ -51,13 +44,9 @@ TEST(CodePages, CharactersConvertBothWays)
         {10007, "\x80\xDF", {0x410, 0x44F}},
         {20866, "\xC1\xD1", {0x430, 0x44F}},
         {28605, "\xA4\xBD", {0x20AC, 0x153}},
-        {54936, "\x81\x30\x84\x36\xD7\xD6", {0xA5, 0x5B57}},
         {65001, "\xE2\x82\xAC\xFF", {0x20AC, 0xDCFF}},
     };
     for (const auto& row : rows) {
-        // Wine has no tables for this one.
-        if (row.codePage == 54936 && IsWine())
-            continue;
         EXPECT_TRUE(KivSys::IsValidCodePage(row.codePage)) << row.codePage;
         EXPECT_EQ(ToWide(row.codePage, row.bytes), row.units) << row.codePage;
         EXPECT_EQ(FromWide(row.codePage, row.units), row.bytes) << row.codePage;
@@ -74,16 +63,16 @@ TEST(CodePages, WhatHasNoCounterpartIsReplacedUnitByUnit)
 TEST(CodePages, FailuresStoreNothingAndSayWhy)
 {
     WCHAR units[4] = {1, 2, 3, 4};
+    const auto codeOf = [&](unsigned int codePage, const char* bytes, int count) {
+        return CodeOf(KivSys::MultiByteToWideChar(codePage, bytes, count, units, 3) != 0);
+    };
     for (const unsigned int codePage : {1252u, 65001u}) {
-        EXPECT_EQ(KivSys::MultiByteToWideChar(codePage, "abcd", 4, units, 3), 0);
-        EXPECT_EQ(KivSys::GetLastError(), KivSys::ErrorInsufficientBuffer);
-        EXPECT_EQ(KivSys::MultiByteToWideChar(codePage, "", 0, units, 3), 0);
-        EXPECT_EQ(KivSys::GetLastError(), KivSys::ErrorInvalidParameter);
+        EXPECT_EQ(codeOf(codePage, "abcd", 4), KivSys::ErrorInsufficientBuffer);
+        EXPECT_EQ(codeOf(codePage, "", 0), KivSys::ErrorInvalidParameter);
     }
     EXPECT_EQ(units[3], 4);
     EXPECT_FALSE(KivSys::IsValidCodePage(12345));
-    EXPECT_EQ(KivSys::MultiByteToWideChar(12345, "a", 1, units, 3), 0);
-    EXPECT_EQ(KivSys::GetLastError(), KivSys::ErrorInvalidParameter);
+    EXPECT_EQ(codeOf(12345, "a", 1), KivSys::ErrorInvalidParameter);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include <AllTexts.h>
 #include <platform/Utf8.h>
 
 namespace
@@ -21,26 +21,6 @@ std::string Encoded(const Units& units)
     std::string bytes;
     KivSys::AppendUtf8(bytes, units.data(), units.size());
     return bytes;
-}
-
-// Calls visit with every text of 0 to longest letters.
-template <class Text, class Visit>
-void ForAllTexts(const Text& alphabet, std::size_t longest, Visit visit)
-{
-    for (std::size_t length = 0; length <= longest; ++length) {
-        std::vector<std::size_t> letters(length, 0);
-        Text text(length, alphabet[0]);
-        for (std::size_t place = 0; place <= length;) {
-            ASSERT_NO_FATAL_FAILURE(visit(text));
-            for (place = 0; place < length; ++place) {
-                letters[place] = (letters[place] + 1) % alphabet.size();
-                text[place] = alphabet[letters[place]];
-                if (letters[place] != 0)
-                    break;
-            }
-            place += place == length;
-        }
-    }
 }
 
 TEST(Utf8, ConvertsBothWays)

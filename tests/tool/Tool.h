@@ -1,14 +1,11 @@
 // How the tests call the commands: as the program does.
 #pragma once
 
-#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iomanip>
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <KivFile/Path.h>
@@ -36,6 +33,16 @@ inline Outcome Call(const Arguments& arguments, const std::string& input = "",
     std::ostringstream err;
     const int code = KivTool::Run(arguments, {in, out, err, errIsTerminal});
     return {code, output.str(), err.str()};
+}
+
+// The arguments of a call as a user types it.
+inline Arguments Typed(const std::string& call)
+{
+    Arguments arguments;
+    std::istringstream in(call);
+    for (std::string argument; in >> std::quoted(argument);)
+        arguments.push_back(argument);
+    return arguments;
 }
 
 // Asks at the end of each report, by its number, whether anyone still listens.

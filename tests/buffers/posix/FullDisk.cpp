@@ -1,8 +1,4 @@
 // Failures in the middle of a write, which only this system lets a test bring about.
-#include <filesystem>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <KivFile/CFileBuffer.h>
 #include <KivFile/DiskBuffer.h>

@@ -1,8 +1,6 @@
 // Failures that a test can bring about here only: missing rights, full and write-protected disks and calls that fail.
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
-#include <functional>
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -11,20 +9,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <KivFile/DirectoryWalker.h>
-
 #include "../FileSystem.h"
 
 namespace
 {
 
 namespace fs = std::filesystem;
-using KivFile::FileCannotCopyException;
-using KivFile::FileCannotCreateException;
-using KivFile::FileCannotDeleteException;
-using KivFile::FileCannotMoveException;
-using KivFile::FileCannotSetAttributes;
-using Path = KivFile::PathT<char>;
+using namespace KivFile;
+using Path = PathT<char>;
 
 // Called ahead of the system call of the same name, which fails with the error that it returns. The library's own calls
 // find the functions of the test program first.
@@ -70,7 +62,7 @@ TYPED_TEST_SUITE(BrokenCalls, BothWidths);
 
 TYPED_TEST(BrokenCalls, AListThatBreaksOffKeepsWhatItFoundAndNamesTheDirectory)
 {
-    using TypedPath = KivFile::PathT<TypeParam>;
+    using TypedPath = PathT<TypeParam>;
     const auto& filter = TypedPath::PATH_DEFAULT_FILTER;
     auto directory = this->Directory("d");
     for (const char* name : {"d\\1", "d\\2", "d\\3"})
@@ -80,10 +72,10 @@ TYPED_TEST(BrokenCalls, AListThatBreaksOffKeepsWhatItFoundAndNamesTheDirectory)
     const std::function<void()> calls[] = {
         [&] { directory.GetFileList(entries, filter); }, [&] { directory.GetFileListSP(shared, filter); },
         [&] { directory.RecursiveDelete(true); },
-        [&] { KivFile::DirectoryWalker().Walk(KivFile::PathT<char>(this->In("d")), "*.*", true, ""); }};
+        [&] { DirectoryWalker().Walk(PathT<char>(this->In("d")), "*.*", true, ""); }};
     for (const auto& call : calls) {
         this->BreakListsOff();
-        EXPECT_EQ(CauseOf<KivFile::CannotListAllFilesException>(call), (Cause{{this->In("d")}, KivSys::ErrorIoDevice}));
+        EXPECT_EQ(CauseOf<CannotListAllFilesException>(call), (Cause{{this->In("d")}, KivSys::ErrorIoDevice}));
     }
     EXPECT_TRUE(entries.size() == 3 && shared.size() == 3);
     this->BreakListsOff();
@@ -98,7 +90,7 @@ TYPED_TEST(BrokenCalls, AListThatBreaksOffKeepsWhatItFoundAndNamesTheDirectory)
 TYPED_TEST(BrokenCalls, AComputerWithoutANameHasNoServer)
 {
     g_beforeGetHostName = [] { return ENAMETOOLONG; };
-    EXPECT_EQ(CauseOf<KivFile::CannotRetrieveServerException>([&] { return this->At("x").GetServer(); }),
+    EXPECT_EQ(CauseOf<CannotRetrieveServerException>([&] { return this->At("x").GetServer(); }),
               (Cause{{this->In("x")}, KivSys::ErrorFilenameExcedRange}));
 }
 
@@ -152,7 +144,7 @@ TEST_F(Refusals, ADirectoryWithoutRightsListsNothingAndKeepsItsFiles)
     fs::permissions(m_folder.Path() + "/open/closed", fs::perms::owner_all);
     InChild(BecomeNobody, [&] {
         EXPECT_TRUE(Entries("open\\closed").empty());
-        KivFile::DirectoryWalker().Walk(Path(In("open")), "*.*", true, "");
+        DirectoryWalker().Walk(Path(In("open")), "*.*", true, "");
         const Cause denied{{closed}, KivSys::ErrorAccessDenied};
         EXPECT_EQ(CauseOf<FileCannotDeleteException>([&] { Path(In("open")).RecursiveDelete(false); }), denied);
         EXPECT_EQ(CauseOf<FileCannotSetAttributes>([&] { Path(closed).SetAttribute(Path::ATTRIBUTE_READ_ONLY, true); }),

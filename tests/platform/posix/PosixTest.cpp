@@ -1,8 +1,7 @@
 // What only this side has to do: names that Windows cannot hold, links, foreign attributes.
 #include <sys/stat.h>
 #include <sys/xattr.h>
-
-#include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "../Folder.h"
 
@@ -72,10 +71,10 @@ TEST(PosixDeleteOnClose, TakesNoLinkAndNothingElseThatIsNoFile)
     fs::create_symlink("target", fs::path(folder.Path()) / "link");
     ASSERT_EQ(::mkfifo((folder.Path() + "/pipe").c_str(), 0600), 0);
     for (const char* name : {"link", "pipe"}) {
-        for (const DWORD disposition : {CreateAlways, OpenAlways, OpenExisting}) {
-            EXPECT_EQ(OpenFile(folder / name, disposition, ReadWrite, ShareNone, FlagDeleteOnClose), InvalidHandle());
-            EXPECT_EQ(GetLastError(), ErrorAccessDenied) << name << disposition;
-        }
+        for (const DWORD disposition : {CreateAlways, OpenAlways, OpenExisting})
+            EXPECT_EQ(CodeOfOpening(folder / name, disposition, ReadWrite, ShareNone, FlagDeleteOnClose),
+                      ErrorAccessDenied)
+                << name << disposition;
     }
     EXPECT_EQ(ReadText(folder / "target"), "old");
 }
@@ -116,6 +115,47 @@ TEST(PosixText, BytesWithoutACharacterAreReplacedOneByOne)
         units.resize(static_cast<std::size_t>(count));
         EXPECT_EQ(units, row.units) << row.codePage;
     }
+}
+
+TEST(HostileNames, DotsAndBlanksAtTheEndOfAComponentAreNoPartOfIt)
+{
+    const Folder folder;
+    for (const char* name : {"x", "x.", "...", "  "})
+        ASSERT_EQ(::mkdir((folder.Path() + '/' + name).c_str(), 0777), 0);
+    WriteText(folder / "x. .\\file", "in x");
+    EXPECT_TRUE(fs::exists(folder.Path() + "/x/file"));
+    for (const char* name : {"...", "  ", "...\\x", "x\\..."})
+        EXPECT_EQ(CodeOf(GetFileAttributesA((folder / name).c_str()) != InvalidFileAttributes), ErrorInvalidName)
+            << name;
+}
+
+TEST(Searching, LetterCaseIsIgnoredBeyondAsciiAndAWrittenNameWins)
+{
+    const Folder folder;
+    WriteText(folder / "\xC3\x84RGER.txt", "");
+    EXPECT_EQ(Find(folder / "\xC3\xA4rger.*").size(), 1u);
+    WriteText(folder / "readme", "");
+    WriteText(folder / "README", "");
+    EXPECT_EQ(Find(folder / "README"), Found{"README"});
+    EXPECT_EQ(Find(folder / "readme"), Found{"readme"});
+    EXPECT_EQ(Find(folder / "Readme"), (Found{"readme", "README"}));
+}
+
+TEST(PosixAttributes, ReadOnlyGivesBackTheOwnersBit)
+{
+    const Folder folder;
+    WriteText(folder / "file", "");
+    const std::string native = folder.Path() + "/file";
+    const auto mode = [&](DWORD attributes) {
+        struct stat status;
+        EXPECT_TRUE(SetFileAttributesA((folder / "file").c_str(), attributes));
+        EXPECT_EQ(::stat(native.c_str(), &status), 0);
+        return status.st_mode & 07777;
+    };
+    ASSERT_EQ(::chmod(native.c_str(), 0664), 0);
+    EXPECT_EQ(mode(AttributeNormal), 0664u);
+    EXPECT_EQ(mode(AttributeReadOnly), 0444u);
+    EXPECT_EQ(mode(AttributeNormal), 0644u);
 }
 
 } // namespace

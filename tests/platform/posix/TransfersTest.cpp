@@ -9,10 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
 #include "../Folder.h"
-#include "../Listing.h"
 
 namespace
 {
@@ -50,7 +47,7 @@ TEST(MovingAcrossVolumes, TakesFilesAndLinksButNoDirectories)
     EXPECT_EQ(ReadText(other / "file"), "text");
     EXPECT_EQ(GetFileAttributesA((other / "file").c_str()), DWORD{AttributeReadOnly});
     EXPECT_EQ(fs::read_symlink(fs::path(other.Path()) / "link"), "nowhere");
-    EXPECT_EQ(Find(folder / "*"), (Names{"sub", "pipe"}));
+    EXPECT_EQ(Find(folder / "*"), (Found{"sub", "pipe"}));
 }
 
 TEST(PosixCopying, FollowsLinksLeavesDevicesAloneAndDropsLentRights)
@@ -120,8 +117,8 @@ TEST(MovingDeathTest, ReplacesNothingWhereTheSystemCouldOnlyReplace)
     };
     EXPECT_EXIT(moveAll(), testing::ExitedWithCode(0), "");
     EXPECT_EQ(Find(folder / "*"),
-              (Names{"moved file", "moved link", "link's target", "moved sub", "taken", "taken sub"}));
-    EXPECT_EQ(Find(folder / "moved sub\\*"), Names{"inside"});
+              (Found{"moved file", "moved link", "link's target", "moved sub", "taken", "taken sub"}));
+    EXPECT_EQ(Find(folder / "moved sub\\*"), Found{"inside"});
     EXPECT_EQ(ReadText(folder / "moved link"), "link's target");
     EXPECT_EQ(ReadText(folder / "taken"), "taken");
 }
