@@ -7,8 +7,8 @@
 
 #include <KivFile/CFileBuffer.h>
 
+#include <src/BlockCopy.h>
 #include <src/BufferLimits.h>
-#include <src/Prefetch.h>
 #include <src/SeekTarget.h>
 
 namespace KivFile
@@ -18,8 +18,6 @@ namespace
 {
 
 constexpr std::uint64_t UNIT = sizeof(Kiv::WString::value_type);
-
-constexpr unsigned int LARGEST_PREFETCH = 4096;
 
 } // namespace
 
@@ -62,10 +60,8 @@ unsigned int StaticMemoryBuffer::vGet(void* dst, unsigned int n)
 {
     const unsigned int count = Available(n);
     if (count != 0)
-        std::memcpy(dst, m_data + m_get, count);
+        CopyBlock(dst, m_data + m_get, count);
     m_get += count;
-    // Who reads by blocks mostly reads the next one, too.
-    Prefetch(m_data + m_get, Available(std::min(count, LARGEST_PREFETCH)));
     return count;
 }
 
