@@ -64,8 +64,7 @@ public:
 };
 
 template <class T>
-concept CountsItself = requires(const T& object)
-{
+concept CountsItself = requires(const T& object) {
     object.AddRef();
     object.Release();
 };
@@ -90,8 +89,11 @@ public:
 
     // A share of the same object as one of its bases.
     template <class U>
-    requires std::convertible_to<U*, T*> SmartPtr(const SmartPtr<U>& other)
-    noexcept : m_share(other.m_share) { m_share.Take(); }
+        requires std::convertible_to<U*, T*>
+    SmartPtr(const SmartPtr<U>& other) noexcept : m_share(other.m_share)
+    {
+        m_share.Take();
+    }
 
     SmartPtr& operator=(SmartPtr other) noexcept
     {
