@@ -64,16 +64,17 @@ void ThrowMissing(const std::vector<std::string>& missing)
     throw ToolError{"no such string:" + names};
 }
 
-// A set that stays the same leaves the file alone. An empty one leaves a new file as it is made: empty.
+// A set that stays the same leaves the file alone: its size says so, as no edit both adds and removes. An empty one
+// leaves a new file as it is made: empty.
 int Edit(StringsEdit edit, const StringsOptions& options)
 {
     EditedFile file(options.file);
     PersistentStringSet set;
     if (file.Exists() || edit != StringsEdit::Add)
         set = Read(options.file);
-    const auto before = set.Set();
+    const std::size_t before = set.Set().size();
     const std::vector<std::string> missing = Apply(edit, set, options.operands);
-    if (!file.Exists() || set.Set() != before) {
+    if (!file.Exists() || set.Set().size() != before) {
         set.Save(file.WorkFile());
         file.Commit();
     }
