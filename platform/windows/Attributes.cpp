@@ -13,6 +13,21 @@ static_assert(AttributeReadOnly == FILE_ATTRIBUTE_READONLY && AttributeHidden ==
               AttributeNotContentIndexed == FILE_ATTRIBUTE_NOT_CONTENT_INDEXED &&
               InvalidFileAttributes == INVALID_FILE_ATTRIBUTES);
 
+namespace
+{
+
+template <class Call, class Path>
+bool ReadData(Call call, Path path, FileAttributeData* data)
+{
+    ::WIN32_FILE_ATTRIBUTE_DATA found;
+    const bool isDone = call(path, ::GetFileExInfoStandard, &found) != 0;
+    if (isDone)
+        *data = DataOf(found);
+    return isDone;
+}
+
+} // namespace
+
 DWORD GetFileAttributesA(const char* path)
 {
     return ::GetFileAttributesA(path);
@@ -25,20 +40,12 @@ DWORD GetFileAttributesW(const WCHAR* path)
 
 bool GetFileAttributesExA(const char* path, FileAttributeData* data)
 {
-    ::WIN32_FILE_ATTRIBUTE_DATA found;
-    const bool isDone = ::GetFileAttributesExA(path, ::GetFileExInfoStandard, &found) != 0;
-    if (isDone)
-        *data = DataOf(found);
-    return isDone;
+    return ReadData(::GetFileAttributesExA, path, data);
 }
 
 bool GetFileAttributesExW(const WCHAR* path, FileAttributeData* data)
 {
-    ::WIN32_FILE_ATTRIBUTE_DATA found;
-    const bool isDone = ::GetFileAttributesExW(Wide(path), ::GetFileExInfoStandard, &found) != 0;
-    if (isDone)
-        *data = DataOf(found);
-    return isDone;
+    return ReadData(::GetFileAttributesExW, Wide(path), data);
 }
 
 bool SetFileAttributesA(const char* path, DWORD attributes)
