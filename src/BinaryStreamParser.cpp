@@ -402,21 +402,21 @@ bool BinaryStreamParser::FetchNearAcross(Search& search, bool keyword, const Tar
 bool BinaryStreamParser::FetchByte(unsigned char ch, bool keyword, Target* target)
 {
     auto& search = m_searches->byte;
-    const ByteRule rule{search.Select(ch, !m_caseSensitive)};
+    const ByteRule rule{search.Select(m_position, ch, !m_caseSensitive)};
     return FetchNearAcross(search, keyword, target) || FetchData(rule, keyword, target);
 }
 
 bool BinaryStreamParser::FetchMember(std::string_view set, bool keyword, Target* target)
 {
     auto& search = m_searches->until;
-    const SetRule rule{search.Select(set, !m_caseSensitive), true};
+    const SetRule rule{search.Select(m_position, set, !m_caseSensitive), true};
     return FetchNearAcross(search, keyword, target) || FetchData(rule, keyword, target);
 }
 
 bool BinaryStreamParser::FetchNonMember(std::string_view set, bool keyword, Target* target)
 {
     auto& search = m_searches->untilNot;
-    const SetRule rule{search.Select(set, !m_caseSensitive), false};
+    const SetRule rule{search.Select(m_position, set, !m_caseSensitive), false};
     return FetchNearAcross(search, keyword, target) || FetchData(rule, keyword, target);
 }
 

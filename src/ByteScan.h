@@ -328,12 +328,13 @@ public:
         return m_set.Is(arguments...);
     }
 
+    // Searches for these from now on, and from begin.
     template <class... Arguments>
-    const Set& Select(const Arguments&... arguments)
+    const Set& Select(const unsigned char* begin, const Arguments&... arguments)
     {
         if (!m_set.Is(arguments...)) {
             m_set.Assign(arguments...);
-            Restart(m_begin);
+            Restart(begin);
         }
         return m_set;
     }
@@ -342,7 +343,7 @@ public:
     void Restart(const unsigned char* begin)
     {
         m_found = nullptr;
-        m_begin = m_windowEnd = begin;
+        m_windowEnd = begin;
         m_wanted = 0;
     }
 
@@ -382,7 +383,6 @@ private:
     }
 
     Set m_set;
-    const unsigned char* m_begin = nullptr;
     const unsigned char* m_found = nullptr;
     const unsigned char* m_windowEnd = nullptr;
     // Where the window has more of what is searched for, behind what was found.
@@ -394,13 +394,8 @@ private:
 inline void CopyNear(char* to, const unsigned char* from, std::size_t count)
 {
     std::memcpy(to, from, WINDOW);
-    std::size_t copied = WINDOW;
-    while (copied < count)
-        [[unlikely]]
-        {
-            std::memcpy(to + copied, from + copied, WINDOW);
-            copied += WINDOW;
-        }
+    for (std::size_t copied = WINDOW; copied < count; copied += WINDOW)
+        std::memcpy(to + copied, from + copied, WINDOW);
 }
 
 } // namespace KivFile::ByteScan
