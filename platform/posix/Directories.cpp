@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits>
 #include <linux/magic.h>
 #include <memory>
 #include <sys/stat.h>
@@ -57,13 +58,17 @@ public:
             return nullptr;
         const auto* entry = reinterpret_cast<const dirent64*>(m_buffer + m_next);
         m_next += entry->d_reclen;
+        m_position = entry->d_off;
         return entry;
     }
 
 private:
+    // Nothing can stand behind the largest position. ext4 gives it to the last entry, which spares a call.
     bool Fill()
     {
         errno = 0;
+        if (m_position == std::numeric_limits<off64_t>::max())
+            return false;
         const ssize_t length = ::getdents64(m_descriptor, m_buffer, sizeof m_buffer);
         // A directory that was removed meanwhile holds nothing.
         if (length < 0 && errno == ENOENT)
@@ -76,7 +81,10 @@ private:
     int m_descriptor = -1;
     std::size_t m_next = 0;
     std::size_t m_end = 0;
-    alignas(dirent64) char m_buffer[32768]; // not initialised, which would cost more than a small directory
+    // Behind the last entry.
+    off64_t m_position = 0;
+    // Not initialised, which would cost more than a small directory.
+    alignas(dirent64) char m_buffer[32768];
 };
 
 // A search in an open directory. Entries are asked for by their names in it, which walks no path.
