@@ -256,9 +256,11 @@ bool BinaryStreamParser::Seek(unsigned int offset)
     Reset();
     if ((m_buffer.Mode() & READ_AND_WRITE) == READ_AND_WRITE && offset != 0) {
         const unsigned int blockStart = (offset - 1) / BLOCK_SIZE * BLOCK_SIZE;
-        // Behind the end there is nothing to be sought; the fetch below then says so.
-        m_endOffset = m_blockEndOffset = std::min(blockStart, m_buffer.Size());
-        m_buffer.SeekG(m_endOffset);
+        // Behind the end there is nothing to be sought; the fetch below then says so. A stream that cannot be sought
+        // stays at its beginning.
+        const unsigned int start = std::min(blockStart, m_buffer.Size());
+        if (m_buffer.SeekG(start) == start)
+            m_endOffset = m_blockEndOffset = start;
     }
     return Fetch(offset - m_endOffset, false, true);
 }
@@ -395,8 +397,12 @@ bool BinaryStreamParser::FetchNearAcross(Search& search, bool keyword, const Tar
 {
     if (m_recordFetching || target != nullptr)
         return false;
-    return FetchNear(search, keyword) ||
-           (m_end - m_position < Search::REACH && ReadData(m_position) && FetchNear(search, keyword));
+    if (FetchNear(search, keyword))
+        return true;
+    if (m_end - m_position >= Search::REACH)
+        return false;
+    ClearFetchingBuffer();
+    return ReadData(m_position) && FetchNear(search, keyword);
 }
 
 bool BinaryStreamParser::FetchByte(unsigned char ch, bool keyword, Target* target)

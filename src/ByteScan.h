@@ -9,7 +9,6 @@
 #include <cstring>
 #include <functional>
 #include <iterator>
-#include <string>
 #include <string_view>
 
 #if defined(__SSSE3__)
@@ -187,14 +186,15 @@ public:
     // Whether it was made from these.
     [[nodiscard]] bool Is(std::string_view text, bool foldCase) const
     {
-        return foldCase == m_foldCase && text.size() == m_text.size() && IsText(text.data());
+        return foldCase == m_foldCase && text.size() == m_textSize && IsText(text.data());
     }
 
-    // Becomes the set of a text's bytes, with the other case of its letters where foldCase is set. Throws
-    // std::bad_alloc, and is then what it was.
+    // Becomes the set of a text's bytes, with the other case of its letters where foldCase is set. A text longer than
+    // any set needs is not remembered.
     void Assign(std::string_view text, bool foldCase)
     {
-        m_text = text;
+        m_textSize = text.size() <= m_text.size() ? text.size() : NO_TEXT;
+        std::copy_n(text.data(), std::min(text.size(), m_text.size()), m_text.data());
         m_foldCase = foldCase;
         m_isMember.fill(false);
         for (const char byte : text) {
@@ -237,7 +237,7 @@ private:
     // Whether that many bytes are the set's text. Without a call, which took a sixth of the time of short tokens.
     [[nodiscard]] bool IsText(const char* text) const
     {
-        const std::size_t size = m_text.size();
+        const std::size_t size = m_textSize;
         if (size >= 8) {
             std::size_t i = 8;
             while (i + 8 < size && IsTextAt<std::uint64_t>(text, i))
@@ -259,7 +259,7 @@ private:
     template <class Word>
     [[nodiscard]] bool AreTextEnds(const char* text) const
     {
-        return IsTextAt<Word>(text, 0) && IsTextAt<Word>(text, m_text.size() - sizeof(Word));
+        return IsTextAt<Word>(text, 0) && IsTextAt<Word>(text, m_textSize - sizeof(Word));
     }
 
 #if defined(__SSSE3__)
@@ -307,7 +307,9 @@ private:
 #endif
 
     std::array<bool, 256> m_isMember{};
-    std::string m_text;
+    static constexpr std::size_t NO_TEXT = static_cast<std::size_t>(-1);
+    std::array<char, 256> m_text{};
+    std::size_t m_textSize = 0;
     bool m_foldCase = false;
 };
 

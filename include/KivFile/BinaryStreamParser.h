@@ -33,11 +33,12 @@ namespace KivFile
 // are not in them.
 //
 // Does not own the buffer, which must outlive the parser and be left alone meanwhile. One thread at a time. Scanning
-// allocates nothing but the record, a missing target, copies of the sets asked for last, and room for a pattern longer
-// than a block; where that fails, and where a string or a target grows, it throws std::bad_alloc.
+// allocates nothing but the record, a missing target, and room for a pattern longer than a block; where that fails, and
+// where a string or a target grows, it throws std::bad_alloc.
 // What the buffer throws passes through every operation that reads or seeks it: the constructors, Reset, Seek, the
 // fetches and GetCurrentChar. No byte is then lost but those of the read that failed. What a target of the caller's
-// throws passes through the FetchInto forms; the bytes it refused are not passed over.
+// throws passes through the FetchInto forms; then nothing of the piece that it refused is passed over, though the
+// target may hold some of it.
 class KIVFILE_EXPORT BinaryStreamParser
 {
 public:
@@ -125,7 +126,7 @@ public:
     {
         return m_endOffset - static_cast<unsigned int>(m_end - m_position);
     }
-    // How far the buffer has been read: its own position behind the block that was read last.
+    // The buffer's own position behind the block that was read last.
     [[nodiscard]] unsigned int GetBlockEndOffset() const { return m_blockEndOffset; }
 
     // Turning it off empties the record.

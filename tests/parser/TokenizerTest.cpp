@@ -14,6 +14,7 @@
 #include <KivFile/StaticMemoryBuffer.h>
 
 #include <fuzz/ParserModel.h>
+#include <src/OLE/StreamView.h>
 
 namespace
 {
@@ -289,6 +290,7 @@ public:
     std::vector<unsigned int> seeks;
     unsigned int readsLeft = 1000;
     bool claimsMore = false;
+    bool isFixed = false;
 
 protected:
     unsigned int vGet(void* dst, unsigned int n) override
@@ -300,7 +302,7 @@ protected:
     unsigned int vSeekG(unsigned int off, Origin origin, Direction direction) override
     {
         seeks.push_back(off);
-        return BinaryStreamBufWrapper::vSeekG(off, origin, direction);
+        return isFixed && off != 0 ? vTellG() : BinaryStreamBufWrapper::vSeekG(off, origin, direction);
     }
     bool vEndOfFile() const override { return !claimsMore && BinaryStreamBufWrapper::vEndOfFile(); }
 
@@ -336,8 +338,18 @@ TEST(Tokenizer, SeekGoesToTheBlockThatEndsAtOrHoldsTheOffset)
         EXPECT_EQ(parser.GetCurrentStreamOffset(), row.end);
         EXPECT_EQ(static_cast<char>(parser.GetCurrentChar()), row.end < 10000 ? text[row.end] : 0);
     }
+    buffer.isFixed = true;
+    EXPECT_TRUE(parser.Seek(5000) && !parser.Seek(20000)) << "a stream that cannot be sought is read";
+    EXPECT_EQ(parser.GetCurrentStreamOffset(), 10000u);
     memory.Clear();
     EXPECT_FALSE(parser.Seek(0));
+
+    StaticMemoryBuffer whole(static_cast<const void*>(text.data()), 10000);
+    ScriptedBuffer source(whole, 4096);
+    const std::vector<KivFile::OLE::Piece> pieces{{0, 10000, 0}};
+    KivFile::OLE::StreamView readOnly(source, pieces);
+    EXPECT_TRUE(BinaryStreamParser(readOnly, true).Seek(9000));
+    EXPECT_EQ(source.seeks, (std::vector<unsigned int>{0, 4096, 8192})) << "read from its beginning";
 }
 
 TEST(Tokenizer, ReadsWhatIsPutBackAndStopsAtAReadOfNothing)
@@ -350,6 +362,7 @@ TEST(Tokenizer, ReadsWhatIsPutBackAndStopsAtAReadOfNothing)
     BinaryStreamParser parser(stream, true);
     EXPECT_EQ(parser.GetCurrentChar(), 'd');
     parser.Fetch(2, false, false);
+    EXPECT_EQ(parser.GetBlockEndOffset(), 2u);
     buffer.PutBackText("123");
     std::string out;
     EXPECT_FALSE(parser.FetchTo('!', out));
@@ -368,6 +381,10 @@ TEST(Tokenizer, GoesOnBehindAReadThatThrew)
     std::string out;
     EXPECT_TRUE(parser.FetchTo('e', out));
     EXPECT_EQ(out, "cd");
+    buffer.readsLeft = 0;
+    buffer.claimsMore = true;
+    EXPECT_THROW(parser.FetchTo('!', true), std::runtime_error);
+    EXPECT_EQ(parser.GetKeywordLen(), 0u);
 }
 
 TEST(Tokenizer, AgreesWithThePlainModel)
