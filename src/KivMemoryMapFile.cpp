@@ -135,7 +135,8 @@ void MemoryMapFile::Resize(std::uint64_t newSize)
 {
     ReleaseViews();
     m_mapping.Close();
-    if (newSize < m_size) {
+    // A file that could not be lengthened to its size is not cut, and the mapping reserves what it lacks.
+    if (newSize < std::min(m_size, FileSize())) {
         auto high = static_cast<KivSys::LONG>(High(newSize));
         KivSys::SetFilePointer(m_file.Get(), static_cast<KivSys::LONG>(Low(newSize)), &high, KivSys::FileBegin);
         KivSys::SetEndOfFile(m_file.Get());

@@ -33,16 +33,35 @@ bool IsSameFile(const struct stat& a, const struct stat& b)
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// An open file. Constructed with a descriptor that it closes.
+// The result of a system call, made again for as long as a signal interrupts it.
+template <class Call>
+int Resumed(Call call)
+{
+    int result = 0;
+    do
+        result = call();
+    while (result < 0 && errno == EINTR);
+    return result;
+}
+
+// A file and its descriptor.
 class File : public Object
 {
 public:
-    explicit File(int descriptor) : m_descriptor(descriptor) {}
+    File() = default;
     ~File() override
     {
         if (!m_deletePath.empty())
             DeleteName();
-        ::close(m_descriptor);
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+
+    // False, with errno set, on failure.
+    bool Open(const char* path, int flags, mode_t mode)
+    {
+        m_descriptor = Resumed([&] { return ::open(path, flags, mode); });
+        return m_descriptor >= 0;
     }
 
     int Descriptor() const override { return m_descriptor; }
@@ -66,7 +85,7 @@ private:
             ::unlink(m_deletePath.c_str());
     }
 
-    int m_descriptor;
+    int m_descriptor = -1;
     std::string m_deletePath;
 };
 
@@ -85,22 +104,11 @@ int OpenFlags(const Request& request)
     return flags;
 }
 
-// The result of a system call, made again for as long as a signal interrupts it.
-template <class Call>
-int Resumed(Call call)
-{
-    int result = 0;
-    do
-        result = call();
-    while (result < 0 && errno == EINTR);
-    return result;
-}
-
 FilePointer OpenNative(const Request& request, int moreFlags)
 {
     const mode_t mode = request.Has(FlagDeleteOnClose) ? 0600 : 0666;
-    const int descriptor = Resumed([&] { return ::open(request.path.c_str(), OpenFlags(request) | moreFlags, mode); });
-    return descriptor < 0 ? nullptr : std::make_unique<File>(descriptor);
+    auto file = std::make_unique<File>();
+    return file->Open(request.path.c_str(), OpenFlags(request) | moreFlags, mode) ? std::move(file) : nullptr;
 }
 
 // Advisory, between all who open through this function. Sharing writes only is taken as sharing nothing: whoever may

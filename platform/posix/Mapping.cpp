@@ -2,7 +2,9 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -58,16 +60,22 @@ ViewTable& Views()
     return views;
 }
 
-// Constructed with a descriptor that it closes. The locks of the file's handle stay with that descriptor's file until
-// both are closed.
+// Has a descriptor of its own. The locks of the file's handle stay with that descriptor's file until both are closed.
 class Mapping : public Object
 {
 public:
-    Mapping(int descriptor, DWORD protection, std::uint64_t size)
-        : m_descriptor(descriptor), m_isWritable(protection == PageReadWrite), m_size(size)
+    // Not open, with errno set, on failure.
+    Mapping(int file, DWORD protection, std::uint64_t size)
+        : m_descriptor(::fcntl(file, F_DUPFD_CLOEXEC, 0)), m_isWritable(protection == PageReadWrite), m_size(size)
     {
     }
-    ~Mapping() override { ::close(m_descriptor); }
+    ~Mapping() override
+    {
+        if (IsOpen())
+            ::close(m_descriptor);
+    }
+
+    bool IsOpen() const { return m_descriptor >= 0; }
 
     void* MapView(DWORD access, std::uint64_t offset, std::size_t size) override
     {
@@ -141,12 +149,11 @@ HANDLE CreateFileMappingW(HANDLE file, DWORD protection, DWORD sizeHigh, DWORD s
     const std::uint64_t size = Joined(sizeHigh, sizeLow);
     if (object == nullptr || !CoverSize(object->Descriptor(), protection, size))
         return nullptr;
-    const int descriptor = ::fcntl(object->Descriptor(), F_DUPFD_CLOEXEC, 0);
-    if (descriptor < 0) {
-        FailWithErrno();
-        return nullptr;
-    }
-    return HandleOf(new Mapping(descriptor, protection, size));
+    auto mapping = std::make_unique<Mapping>(object->Descriptor(), protection, size);
+    if (mapping->IsOpen())
+        return HandleOf(mapping.release());
+    FailWithErrno();
+    return nullptr;
 }
 
 void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, std::size_t size)
@@ -157,11 +164,12 @@ void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offset
         return nullptr;
     try {
         Views().Add(view, size);
-    } catch (...) {
+        return view;
+    } catch (const std::bad_alloc&) {
         ::munmap(view, size);
-        throw;
+        SetLastError(ErrorNotEnoughMemory);
+        return nullptr;
     }
-    return view;
 }
 
 bool FlushViewOfFile(const void* view, std::size_t size)
