@@ -1,6 +1,9 @@
 #include <cstring>
+#include <cwchar>
 #include <direct.h>
+#include <string_view>
 
+#include <platform/Conversion.h>
 #include <platform/windows/System.h>
 
 namespace KivSys
@@ -19,15 +22,52 @@ namespace
     return (findFlags & FindLimitToDirectories) != 0 ? ::FindExSearchLimitToDirectories : ::FindExSearchNameMatch;
 }
 
-// Takes over the system's record, narrow or wide.
-template <class Data, class Found>
-void Assign(Data& to, const Found& found)
+void Assign(FindDataW& to, const ::WIN32_FIND_DATAW& found)
 {
     static_cast<FileAttributeData&>(to) = DataOf(found);
-    const auto* end = found.cFileName;
-    while (*end != 0)
-        ++end;
-    to.name.assign(found.cFileName, end);
+    to.name.assign(found.cFileName, found.cFileName + std::wcslen(found.cFileName));
+}
+
+std::wstring WideOf(const char* text)
+{
+    const int length = static_cast<int>(std::strlen(text));
+    std::wstring wide(static_cast<std::size_t>(length), 0);
+    WCHAR* const units = reinterpret_cast<WCHAR*>(wide.data());
+    wide.resize(static_cast<std::size_t>(MultiByteToWideChar(NarrowCodePage(), text, length, units, length)));
+    return wide;
+}
+
+// The system's own narrow search gives look-alikes for what the code page lacks, and the separator is one of them. Here
+// there is a "?" instead, which no file can bear.
+void Assign(FindDataA& to, const ::WIN32_FIND_DATAW& found)
+{
+    constexpr std::size_t mostBytesOfUnit = 4;
+    static_cast<FileAttributeData&>(to) = DataOf(found);
+    const std::size_t length = std::wcslen(found.cFileName);
+    to.name.resize(length * mostBytesOfUnit);
+    to.name.resize(static_cast<std::size_t>(
+        WideCharToMultiByte(NarrowCodePage(), reinterpret_cast<const WCHAR*>(found.cFileName), static_cast<int>(length),
+                            to.name.data(), static_cast<int>(to.name.size()))));
+}
+
+bool IsSeparator(char c)
+{
+    return c == '\\' || c == '/';
+}
+
+// Whether a name would be read as a path that leads out of its directory: in some code pages the second byte of a
+// character may be the separator.
+bool LeadsOut(std::string_view name)
+{
+    constexpr std::string_view parent = "..";
+    for (std::size_t at = name.find(parent); at != std::string_view::npos; at = name.find(parent, at + 1)) {
+        const std::size_t end = at + parent.size();
+        const bool isComponent =
+            (at == 0 || IsSeparator(name[at - 1])) && (end == name.size() || IsSeparator(name[end]));
+        if (isComponent && name != parent)
+            return true;
+    }
+    return false;
 }
 
 // Calls get(buffer, capacity), which returns the length, or the capacity that it needs, or 0.
@@ -69,11 +109,17 @@ int RemoveDirectoryW(const WCHAR* path)
 
 HANDLE FindFirstFileA(const char* pattern, FindDataA* data, DWORD findFlags)
 {
-    ::WIN32_FIND_DATAA found;
-    const HANDLE search = ::FindFirstFileExA(pattern, Level(findFlags), &found, Operation(findFlags), nullptr, 0);
-    if (search != InvalidHandle())
-        Assign(*data, found);
-    return search;
+    ::WIN32_FIND_DATAW found;
+    const HANDLE search =
+        ::FindFirstFileExW(WideOf(pattern).c_str(), Level(findFlags), &found, Operation(findFlags), nullptr, 0);
+    if (search == InvalidHandle())
+        return search;
+    Assign(*data, found);
+    if (!LeadsOut(data->name) || FindNextFileA(search, data))
+        return search;
+    ::FindClose(search);
+    ::SetLastError(ERROR_FILE_NOT_FOUND);
+    return InvalidHandle();
 }
 
 HANDLE FindFirstFileW(const WCHAR* pattern, FindDataW* data, DWORD findFlags)
@@ -87,11 +133,13 @@ HANDLE FindFirstFileW(const WCHAR* pattern, FindDataW* data, DWORD findFlags)
 
 bool FindNextFileA(HANDLE search, FindDataA* data)
 {
-    ::WIN32_FIND_DATAA found;
-    const bool isDone = ::FindNextFileA(search, &found) != 0;
-    if (isDone)
+    ::WIN32_FIND_DATAW found;
+    do {
+        if (::FindNextFileW(search, &found) == 0)
+            return false;
         Assign(*data, found);
-    return isDone;
+    } while (LeadsOut(data->name));
+    return true;
 }
 
 bool FindNextFileW(HANDLE search, FindDataW* data)

@@ -104,6 +104,21 @@ TEST(PlainNames, StayCanonicalBehindEveryCanonicalDirectory)
     EXPECT_GT(plain, 20);
 }
 
+// On Windows the narrow form of such a name can hold separators.
+TYPED_TEST(PathList, LookAlikesOfTheSeparatorLeadOutOfNoDirectory)
+{
+    using Kiv::operator""_w;
+    auto directory = this->Directory("d");
+    this->File("file");
+    KivFile::PathT<unsigned short>(Kiv::Wide(this->In("d\\x")) + u"\uFF3C..\uFF3C..\uFF3Cfile"_w).CreateFileW();
+    EXPECT_EQ(this->Entries("d").size(), 1u);
+    try {
+        directory.RecursiveDelete(false);
+    } catch (const KivFile::FileCannotDeleteException&) { // where narrow text has no name for it
+    }
+    EXPECT_TRUE(this->At("file").Exists());
+}
+
 TYPED_TEST(PathList, StopEndsTheListAfterAnEntry)
 {
     for (const char* name : {"f1", "f2"})
