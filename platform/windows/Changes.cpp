@@ -1,5 +1,3 @@
-#include <cstdio>
-
 #include <platform/windows/System.h>
 
 namespace KivSys
@@ -25,14 +23,15 @@ bool MoveFileW(const WCHAR* from, const WCHAR* to)
     return ::MoveFileW(Wide(from), Wide(to)) != 0;
 }
 
+// The runtime's own rename would move a file to another volume.
 int RenameA(const char* from, const char* to)
 {
-    return std::rename(from, to);
+    return ::MoveFileExA(from, to, 0) != 0 ? 0 : -1;
 }
 
 int RenameW(const WCHAR* from, const WCHAR* to)
 {
-    return ::_wrename(Wide(from), Wide(to));
+    return ::MoveFileExW(Wide(from), Wide(to), 0) != 0 ? 0 : -1;
 }
 
 } // namespace KivSys
