@@ -282,6 +282,8 @@ enum FindFlags : DWORD {
     // Directories that are no links may come with their name and the directory attribute only. Never on Windows. On
     // POSIX that spares a call for each.
     FindBareDirectories = 4,
+    // A directory that is a link is not searched, even where it has become one only now.
+    FindNoLink = 8,
 };
 constexpr DWORD AttributeStoredUnread = 0x08000000;
 constexpr DWORD AttributesStored = AttributeHidden | AttributeSystem | AttributeArchive | AttributeTemporary |
@@ -410,7 +412,8 @@ void DeleteCriticalSection(CriticalSection* section);
 // ---- Command line and console -------------------------------------------------------------------------------
 
 // A path as the user wrote it on the command line, in the house's form: on POSIX a backslash or another character
-// that Windows cannot hold in a name is mapped to U+F000 + code, so that it stays part of its name.
+// that Windows cannot hold in a name is mapped to U+F000 + code, so that it stays part of its name, and where a ".."
+// behind a link leads elsewhere than by the text, it comes with the links before it resolved.
 std::string PathFromUser(const std::string& path);
 // The same path as the user would write it.
 std::string PathForUser(const std::string& path);

@@ -87,8 +87,8 @@ std::vector<Path> DirectoryWalker::HandleDirectory(const Path& directory, const 
     KivSys::DWORD fileFlags = KivSys::FindBasicInfo;
     KivSys::DWORD directoryFlags = KivSys::FindBasicInfo;
     if (!isGiven) {
-        fileFlags |= KivSys::FindBareDirectories;
-        directoryFlags |= KivSys::FindBareDirectories | KivSys::FindLimitToDirectories;
+        fileFlags |= KivSys::FindBareDirectories | KivSys::FindNoLink;
+        directoryFlags |= KivSys::FindBareDirectories | KivSys::FindNoLink | KivSys::FindLimitToDirectories;
     }
     std::size_t count = 0;
     directory.List(entries, count, stop, filter, fileFlags);

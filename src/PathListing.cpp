@@ -157,7 +157,7 @@ void PathT<T>::RecursiveDelete(bool force)
             const bool stop = false;
             std::size_t size = 0;
             if (!p.IsLink())
-                p.List(entries, size, stop, PATH_DEFAULT_FILTER, 0);
+                p.List(entries, size, stop, PATH_DEFAULT_FILTER, KivSys::FindNoLink);
         }
 
         PathT* path;

@@ -2,10 +2,8 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <linux/fs.h>
-#include <memory>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -215,13 +213,6 @@ bool CopyToNew(int from, const struct stat& status, const std::string& target, b
            FailOnPath(target);
 }
 
-// The path behind links at its end.
-std::string Resolve(const std::string& path)
-{
-    const std::unique_ptr<char, void (*)(void*)> resolved(::realpath(path.c_str(), nullptr), std::free);
-    return resolved ? resolved.get() : path;
-}
-
 bool CopyNative(const Opened& source, const std::string& target, bool mayReplace)
 {
     struct stat status;
@@ -249,7 +240,7 @@ bool CopyOpened(const Opened& source, const char* to, bool failIfExists)
         return errno == ENOENT ? CopyNative(source, *target, false) : FailOnPath(*target);
     if (failIfExists)
         return Fail(ErrorFileExists);
-    return MayReplace(to, *target) && CopyNative(source, Resolve(*target), true);
+    return MayReplace(to, *target) && CopyNative(source, RealPath(*target), true);
 }
 
 // ---- Moving between file systems ----------------------------------------------------------------------------

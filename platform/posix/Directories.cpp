@@ -43,9 +43,9 @@ public:
     }
 
     // False, with errno set, when it cannot be opened.
-    bool Open(const char* path)
+    bool Open(const char* path, int moreFlags)
     {
-        m_descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
+        m_descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC | moreFlags);
         return m_descriptor >= 0;
     }
 
@@ -93,7 +93,10 @@ class Search : public Object
 public:
     Search(std::string_view pattern, DWORD findFlags) : m_pattern(pattern), m_findFlags(findFlags) {}
 
-    bool Open(const char* directory) { return m_directory.Open(directory); }
+    bool Open(const char* directory)
+    {
+        return m_directory.Open(directory, (m_findFlags & FindNoLink) != 0 ? O_NOFOLLOW : 0);
+    }
 
     bool NextEntry(FindDataA* found) override
     {

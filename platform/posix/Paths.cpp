@@ -1,6 +1,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
 #include <string_view>
 #include <sys/stat.h>
 
@@ -223,6 +226,37 @@ bool IsOnServer(std::string_view text)
     return text.size() > 1 && IsSeparator(text[0]) && IsSeparator(text[1]);
 }
 
+// Where the last ".." of a system's path ends, 0 when it has none.
+std::size_t EndOfLastParent(std::string_view path)
+{
+    std::size_t end = path.size();
+    while (end != 0) {
+        const std::size_t begin = path.find_last_of('/', end - 1) + 1;
+        if (path.substr(begin, end - begin) == "..")
+            return end;
+        end = begin == 0 ? 0 : begin - 1;
+    }
+    return 0;
+}
+
+bool AreSameFile(const std::string& a, const std::string& b)
+{
+    struct stat statusA, statusB;
+    return ::stat(a.c_str(), &statusA) == 0 && ::stat(b.c_str(), &statusB) == 0 && statusA.st_dev == statusB.st_dev &&
+           statusA.st_ino == statusB.st_ino;
+}
+
+// The house resolves ".." by the text, the system behind links by where they lead. Where that differs, the beginning of
+// a path is replaced by what it is without links.
+std::string WithoutParentsOfLinks(const std::string& path)
+{
+    const std::size_t end = EndOfLastParent(path);
+    const std::string beginning = path.substr(0, end);
+    if (end == 0 || AreSameFile(beginning, std::filesystem::path(beginning).lexically_normal().string()))
+        return path;
+    return RealPath(beginning) + path.substr(end);
+}
+
 void RemoveSeparatorsAtEnd(std::string& native)
 {
     native.resize(std::max<std::size_t>(native.find_last_not_of('/') + 1, 1));
@@ -294,11 +328,18 @@ bool FailOnPath(const std::string& native)
     return Fail(error == ENOENT && IsMissing(ParentOf(native)) ? DWORD{ErrorPathNotFound} : CodeOfErrno(error));
 }
 
+std::string RealPath(const std::string& native)
+{
+    const std::unique_ptr<char, void (*)(void*)> resolved(::realpath(native.c_str(), nullptr), std::free);
+    return resolved ? resolved.get() : native;
+}
+
 std::string PathFromUser(const std::string& path)
 {
+    const std::string native = WithoutParentsOfLinks(path);
     // Two separators in front would name a server.
-    const std::size_t leading = std::min(path.find_first_not_of('/'), path.size());
-    const std::string_view text = std::string_view(path).substr(leading > 1 ? leading - 1 : 0);
+    const std::size_t leading = std::min(native.find_first_not_of('/'), native.size());
+    const std::string_view text = std::string_view(native).substr(leading > 1 ? leading - 1 : 0);
     return TranslateComponents(
         text, [](char c) { return c == '/'; }, AppendHouse);
 }

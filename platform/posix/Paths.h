@@ -30,6 +30,9 @@ void AssignShownName(std::string& to, std::string_view name);
 // The path of the directory that holds the last component.
 std::string ParentOf(const std::string& native);
 
+// The absolute path without links and "..", or the path itself where it does not exist.
+std::string RealPath(const std::string& native);
+
 // Narrow text of wide text, and back.
 std::string NarrowPath(const WCHAR* path);
 void AssignWide(WideText& to, const std::string& narrow);

@@ -22,6 +22,25 @@ namespace
     return (findFlags & FindLimitToDirectories) != 0 ? ::FindExSearchLimitToDirectories : ::FindExSearchNameMatch;
 }
 
+// Whether the directory of a pattern is a link. A root is none.
+bool IsInLink(std::wstring_view pattern)
+{
+    constexpr std::size_t longestRoot = 2;
+    const std::size_t length = pattern.find_last_of(L"\\/");
+    if (length == std::wstring_view::npos || length <= longestRoot)
+        return false;
+    const ::DWORD attributes = ::GetFileAttributesW(std::wstring(pattern.substr(0, length)).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+HANDLE FindFirst(const wchar_t* pattern, ::WIN32_FIND_DATAW* found, DWORD findFlags)
+{
+    if ((findFlags & FindNoLink) == 0 || !IsInLink(pattern))
+        return ::FindFirstFileExW(pattern, Level(findFlags), found, Operation(findFlags), nullptr, 0);
+    ::SetLastError(ERROR_FILE_NOT_FOUND);
+    return InvalidHandle();
+}
+
 void Assign(FindDataW& to, const ::WIN32_FIND_DATAW& found)
 {
     static_cast<FileAttributeData&>(to) = DataOf(found);
@@ -110,8 +129,7 @@ int RemoveDirectoryW(const WCHAR* path)
 HANDLE FindFirstFileA(const char* pattern, FindDataA* data, DWORD findFlags)
 {
     ::WIN32_FIND_DATAW found;
-    const HANDLE search =
-        ::FindFirstFileExW(WideOf(pattern).c_str(), Level(findFlags), &found, Operation(findFlags), nullptr, 0);
+    const HANDLE search = FindFirst(WideOf(pattern).c_str(), &found, findFlags);
     if (search == InvalidHandle())
         return search;
     Assign(*data, found);
@@ -125,7 +143,7 @@ HANDLE FindFirstFileA(const char* pattern, FindDataA* data, DWORD findFlags)
 HANDLE FindFirstFileW(const WCHAR* pattern, FindDataW* data, DWORD findFlags)
 {
     ::WIN32_FIND_DATAW found;
-    const HANDLE search = ::FindFirstFileExW(Wide(pattern), Level(findFlags), &found, Operation(findFlags), nullptr, 0);
+    const HANDLE search = FindFirst(Wide(pattern), &found, findFlags);
     if (search != InvalidHandle())
         Assign(*data, found);
     return search;

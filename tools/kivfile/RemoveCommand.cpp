@@ -1,5 +1,6 @@
 #include "RemoveCommand.h"
 
+#include <filesystem>
 #include <ostream>
 
 #include <KivFile/Path.h>
@@ -15,11 +16,21 @@ namespace
 
 using Path = KivFile::PathT<char>;
 
-// An argument that is empty by accident, a root and the current directory are no trees to delete.
+// Whether the argument's last component is "." or "..", whatever separators follow.
+bool EndsInDots(const std::string& argument)
+{
+    std::filesystem::path path(argument);
+    if (!path.has_filename())
+        path = path.parent_path();
+    return path.filename() == "." || path.filename() == "..";
+}
+
+// An argument that is empty by accident, a root, and the current directory or a parent by those names are no trees to
+// delete.
 bool IsRefused(const std::string& argument, const Path& path)
 {
-    return argument.empty() || Path::IsDotDirectory(path.FullPath()) || path.FullPath() == path.Directory() ||
-           path.FullPath() + '\\' == path.Root();
+    return argument.empty() || EndsInDots(argument) || Path::IsDotDirectory(path.FullPath()) ||
+           path.FullPath() == path.Directory() || path.FullPath() + '\\' == path.Root();
 }
 
 void RemoveTree(const std::string& argument, bool force)

@@ -119,6 +119,35 @@ TYPED_TEST(HostileTree, DeletingLinksOrTheTreeLeavesEverythingBesideItUntouched)
     }
 }
 
+TYPED_TEST(HostileTree, WhatBecameALinkSinceItWasAskedIsNotEntered)
+{
+    const auto replace = [this] {
+        fs::remove_all(this->m_root / "tree");
+        fs::create_directory_symlink("beside", this->m_root / "tree");
+    };
+    auto tree = this->At("tree");
+    EXPECT_TRUE(tree.IsDirectory());
+    replace();
+    tree.RecursiveDelete(true);
+    EXPECT_FALSE(fs::exists(this->m_root / "tree"));
+    EXPECT_EQ(this->Beside(), this->m_before);
+
+    for (const std::string name : {"a", "b"}) {
+        this->Directory("tree\\" + name);
+        this->File("tree\\" + name + "\\file");
+    }
+    const auto recorder = Kiv::MakeShared<Recorder>([&](const KivFile::PathT<char>& file) {
+        const fs::path other = this->m_root / (file.Directory().ends_with("a\\") ? "tree/b" : "tree/a");
+        fs::remove_all(other);
+        fs::create_directory_symlink("../beside", other);
+        return true;
+    });
+    KivFile::DirectoryWalker walker;
+    walker.AddHandler(recorder);
+    walker.Walk(KivFile::PathT<char>(this->In("tree")), "*.*", true, "");
+    EXPECT_EQ(recorder->names, std::vector<std::string>{"file"});
+}
+
 TEST(HostileWalk, EntersNoLinkAndMeetsEveryFileOnce)
 {
     const Folder folder;
