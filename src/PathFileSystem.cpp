@@ -482,6 +482,7 @@ typename PathT<T>::String PathT<T>::StoredCasing() const
     const std::size_t driveLength = HasDrive() ? 2 : 0;
     const std::size_t nameStart = PathText::FileNameStart<T>(text);
     const View<T> name = text.substr(nameStart);
+    const View<T> stem = name.substr(0, name.rfind(PathText::DOT));
     const std::vector<View<T>> directory = Components<T>(text.substr(driveLength, nameStart - driveLength));
     std::size_t next = 0;
     String result = ToAsciiUpper(String(text.substr(0, driveLength)));
@@ -489,13 +490,12 @@ typename PathT<T>::String PathT<T>::StoredCasing() const
         const String server = GetServer();
         result = ToAsciiLower(PATH_UNC_ROOT + server);
         if (directory.size() < 2)
-            return IsEqualNoCase(name, server) ? result : result.append(1, PATH_SEPARATOR).append(name);
+            return IsEqualNoCase(stem, server) ? result : result.append(1, PATH_SEPARATOR).append(stem);
         result.append(1, PATH_SEPARATOR).append(directory[1]);
         next = 2;
     }
     // A name that begins with its only dot is an extension without a name: its directories are not looked up.
-    const bool hasName = !name.empty() && name.rfind(PathText::DOT) != 0;
-    while (hasName && next < directory.size() && AppendStoredName<T>(result, directory[next]))
+    while (!stem.empty() && next < directory.size() && AppendStoredName<T>(result, directory[next]))
         ++next;
     if (!name.empty())
         AppendStoredName<T>(result, name);

@@ -141,12 +141,23 @@ bool IsReadOnlyFile(const char* path)
 }
 
 // Extended attributes can be written only while the file can.
+bool WriteStoredInTurn(const char* path, mode_t mode, DWORD attributes)
+{
+    if (WriteStored(path, attributes))
+        return true;
+    const bool isKeptByMode = GetLastError() == ErrorAccessDenied && (mode & WRITE_BITS) == 0;
+    if (!isKeptByMode || ::chmod(path, (mode | S_IWUSR) & ALL_MODE_BITS) != 0)
+        return false;
+    const bool isWritten = WriteStored(path, attributes);
+    return (::chmod(path, mode & ALL_MODE_BITS) == 0 || FailWithErrno()) && isWritten;
+}
+
 bool ChangeAttributes(const char* path, mode_t mode, DWORD attributes)
 {
     const bool hasStored = S_ISREG(mode) || S_ISDIR(mode);
     const bool isReadOnly = (attributes & AttributeReadOnly) != 0;
     const DWORD stored = IsDotName(NameOf(path)) ? attributes & ~DWORD{AttributeHidden} : attributes;
-    return (isReadOnly || ChangeReadOnly(path, mode, false)) && (!hasStored || WriteStored(path, stored)) &&
+    return (isReadOnly || ChangeReadOnly(path, mode, false)) && (!hasStored || WriteStoredInTurn(path, mode, stored)) &&
            (!isReadOnly || ChangeReadOnly(path, mode, true));
 }
 
@@ -163,6 +174,9 @@ bool ReadAttributeData(int directory, const char* path, StoredPart storedPart, F
         status = target;
     *data = StatusData(status, isLink);
     data->attributes |= storedPart == StoredPart::Read ? StoredAttributes(directory, path) : AttributeStoredUnread;
+    // A link itself is at hand, wherever the content of its target is.
+    if (isLink)
+        data->attributes &= ~DWORD{AttributeOffline};
     if (IsDotName(directory == AT_FDCWD ? NameOf(path) : path))
         data->attributes |= AttributeHidden;
     if (data->attributes == 0)

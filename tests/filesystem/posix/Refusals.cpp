@@ -159,6 +159,25 @@ TEST_F(Refusals, ADirectoryWithoutRightsListsNothingAndKeepsItsFiles)
     EXPECT_TRUE(At("open\\closed\\file").Exists());
 }
 
+TEST_F(Refusals, ItsOwnerMayHideAReadOnlyFile)
+{
+    InChild(BecomeNobody, [&] {
+        fs::current_path(fs::temp_directory_path());
+        const std::string name = "kiv-hidden-" + std::to_string(::getpid());
+        Path file(name);
+        file.CreateFileW();
+        file.SetAttribute(Path::ATTRIBUTE_HIDDEN, true);
+        const bool isStored = file.IsHidden(); // not every file system has a place for it
+        fs::permissions(name, fs::perms(0440));
+        for (const bool isHidden : {false, true}) {
+            file.SetAttribute(Path::ATTRIBUTE_HIDDEN, isHidden);
+            EXPECT_TRUE(file.IsHidden() == (isHidden && isStored) && file.IsReadOnly());
+            EXPECT_EQ(fs::status(name).permissions(), fs::perms(0440));
+        }
+        file.Delete(true);
+    });
+}
+
 TEST_F(Refusals, AWriteProtectedDiskChangesNothing)
 {
     Directory("disk");

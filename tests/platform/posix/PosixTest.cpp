@@ -36,6 +36,26 @@ TEST(UserPaths, CharactersThatWindowsCannotHoldAreMappedAndComeBack)
     EXPECT_EQ(PathForUser("a\\b"), "a/b");
 }
 
+TEST(PosixPaths, ParentsBehindLinksAreThoseThatTheSystemFinds)
+{
+    const Folder folder;
+    const fs::path root = fs::canonical(folder.Path());
+    fs::create_directories(root / "real/sub");
+    fs::create_directory_symlink("real/sub", root / "link");
+    fs::create_symlink("link/../file", root / "file");
+    const auto house = [&root](const std::string& name) {
+        std::string path = (root / name).string();
+        std::replace(path.begin(), path.end(), '/', '\\');
+        return path;
+    };
+    for (const std::string user : {"real/../x", "link/x", "missing/../x", "../x/..", "x"})
+        EXPECT_EQ(PathFromUser((root / user).string()), (root / user).string()) << "the text says the same";
+    EXPECT_EQ(PathFromUser((root / "link/../x").string()), (root / "real/x").string());
+    EXPECT_EQ(PathFromUser((root / "link/x/../../y").string()), (root / "link/x/../../y").string()) << "leads nowhere";
+    EXPECT_EQ(PathFromUser((root / "link/..").string()), (root / "real").string());
+    EXPECT_EQ(FollowLinks(house("file")), house("real/file"));
+}
+
 TEST(PosixAttributes, ComeFromTheNameTheModeTheLinkAndTheExtendedAttribute)
 {
     const Folder folder;
@@ -45,9 +65,11 @@ TEST(PosixAttributes, ComeFromTheNameTheModeTheLinkAndTheExtendedAttribute)
     fs::create_directory(root / "sub");
     fs::create_directory_symlink("sub", root / "link");
     fs::create_symlink("nowhere", root / "dangling");
+    fs::create_symlink("stored", root / "linked");
     fs::resize_file(root / "sparse", 1 << 20);
-    const std::string text("0x27\0more", 9);
+    const std::string text("0x1027\0more", 11);
     const bool isStored = ::setxattr((root / "stored").c_str(), "user.DOSATTRIB", text.data(), text.size(), 0) == 0;
+    const DWORD stored = DWORD{AttributeHidden} | AttributeSystem | AttributeArchive;
     const std::pair<const char*, DWORD> rows[] = {
         {".hidden", AttributeHidden},
         {"plain", AttributeNormal},
@@ -56,7 +78,8 @@ TEST(PosixAttributes, ComeFromTheNameTheModeTheLinkAndTheExtendedAttribute)
         {"dangling", AttributeReparsePoint},
         {"sparse", AttributeSparseFile},
         // Not every file system keeps extended attributes.
-        {"stored", isStored ? DWORD{AttributeHidden} | AttributeSystem | AttributeArchive : DWORD{AttributeNormal}},
+        {"stored", isStored ? stored | AttributeOffline : DWORD{AttributeNormal}},
+        {"linked", isStored ? stored | AttributeReparsePoint : DWORD{AttributeReparsePoint}},
     };
     for (const auto& [name, attributes] : rows)
         EXPECT_EQ(GetFileAttributesA((folder / name).c_str()), attributes) << name;
