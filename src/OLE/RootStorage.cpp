@@ -292,19 +292,23 @@ void Storage::RootStorage::ReadMiniFAT()
 void Storage::RootStorage::ReadDirectoryChain()
 {
     std::uint32_t index = 0;
-    FollowChain(HeaderField<std::uint32_t>(FIRST_DIRECTORY_SECTOR), [&](std::uint32_t sector) {
-        if (SectorOffset(sector) < m_sourceSize)
+    bool isThere = true;
+    const bool isEnded = FollowChain(HeaderField<std::uint32_t>(FIRST_DIRECTORY_SECTOR), [&](std::uint32_t sector) {
+        const std::uint64_t offset = SectorOffset(sector);
+        if (offset < m_sourceSize)
             m_directoryChain.push_back({index, sector});
+        isThere = isThere && offset + (1u << m_sectorShift) <= m_sourceSize;
         ++index;
         return true;
     });
+    m_isDirectoryWhole = isEnded && isThere && index != 0;
 }
 
 // Calls use for the sectors of a chain through the FAT, until it returns false, up to the chain's end or the first one
 // that it repeats. The last one may be any number: where the FAT is cut short, the sector at which it fails can still
-// be read.
+// be read. Returns whether the chain came to its end.
 template <class Use>
-void Storage::RootStorage::FollowChain(std::uint32_t sector, Use use) const
+bool Storage::RootStorage::FollowChain(std::uint32_t sector, Use use) const
 {
     std::vector<bool> visited(m_FAT.size());
     while (sector < visited.size() && !visited[sector] && use(sector)) {
@@ -313,6 +317,7 @@ void Storage::RootStorage::FollowChain(std::uint32_t sector, Use use) const
     }
     if (sector >= visited.size() && sector != END_OF_CHAIN)
         use(sector);
+    return sector == END_OF_CHAIN;
 }
 
 // Reads n bytes of the document; false when they are not all there.

@@ -230,10 +230,12 @@ TEST(DamagedDocument, AMissingDirectorySectorCostsItsEntriesOnly)
     for (char16_t name = u'a'; name < u'l'; ++name)
         builder.AddStream(0, std::u16string(1, name), Content(name));
     std::string bytes = builder.Build();
+    EXPECT_TRUE(OpenDocument(bytes).storage.IsDirectoryWhole());
     const std::uint32_t second = Peek(bytes, 48) + 1;
     Poke(bytes, builder.FATOffset(second - 1), 127u);
     Poke(bytes, builder.FATOffset(127), second + 1);
     const OpenDocument document(bytes);
+    EXPECT_FALSE(document.storage.IsDirectoryWhole());
     for (std::uint32_t id = 1; id < 12; ++id)
         EXPECT_EQ(Read(document.storage, id), id < 4 || id > 7 ? Content(u'a' + id - 1) : "") << id;
 }
@@ -250,6 +252,7 @@ TEST(DamagedDocument, CutDocumentYieldsBeginningsOfItsStreams)
         const OpenDocument document(valid.substr(0, size));
         for (const std::uint32_t id : {1u, 2u})
             EXPECT_TRUE(Content(5000).starts_with(Read(document.storage, id))) << size;
+        EXPECT_TRUE(document.storage.Streams().size() == 3 || !document.storage.IsDirectoryWhole()) << size;
         (void)document.Properties();
     }
 }

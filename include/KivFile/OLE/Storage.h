@@ -66,6 +66,9 @@ public:
         // Where a mini stream that outgrows the memory has its spill file.
         [[nodiscard]] const std::string& TempPath() const { return m_tempPath; }
 
+        // As Storage::IsDirectoryWhole.
+        [[nodiscard]] bool IsDirectoryWhole() const { return m_isDirectoryWhole; }
+
         // As Storage::ReadStream by id.
         void ReadStream(std::uint32_t id, Kiv::BinaryStreamBufT<unsigned int>& out) const;
 
@@ -104,7 +107,7 @@ public:
         void ReadMiniStream() const;
         void ReadDirectoryChain();
         template <class Use>
-        void FollowChain(std::uint32_t sector, Use use) const;
+        bool FollowChain(std::uint32_t sector, Use use) const;
 
         [[nodiscard]] std::size_t EntriesPerSector() const { return std::size_t{1} << m_sectorShift >> 2; }
         [[nodiscard]] std::uint64_t SectorOffset(std::uint32_t sector) const
@@ -139,6 +142,7 @@ public:
         Kiv::FastVector<std::uint32_t> m_FAT;
         Kiv::FastVector<std::uint32_t> m_miniFAT;
         std::vector<DirectorySector> m_directoryChain;
+        bool m_isDirectoryWhole = false;
         // The entries read so far, as far as they are valid.
         mutable std::map<std::uint32_t, EntryBytes> m_directory;
         // Read with the first stream that lies in it.
@@ -154,6 +158,10 @@ public:
     Storage(const std::string& tempPath, Kiv::BinaryStreamBufT<unsigned int>& buffer);
 
     [[nodiscard]] const Kiv::WString& Name() const { return m_name; }
+
+    // Whether the document's directory was found to its end. Of a document that was cut short it mostly is not, and
+    // then the lists of all its storages may lack entries.
+    [[nodiscard]] bool IsDirectoryWhole() const { return m_root->IsDirectoryWhole(); }
 
     // The children, in ascending order of their ids. A damaged document may list a storage inside itself.
     [[nodiscard]] const std::vector<Item>& Storages() const { return m_storages; }
