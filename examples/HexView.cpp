@@ -6,8 +6,8 @@
 #include <cctype>
 #include <cstdint>
 #include <cstdio>
-#include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 
 #include <KivBase/Exception.h>
@@ -66,11 +66,11 @@ int main(int argc, char** argv)
             std::min<std::uint64_t>(file.Size(), argc > 2 ? std::stoull(argv[2], nullptr, 0) : 0);
         const std::uint64_t length = argc > 3 ? std::stoull(argv[3], nullptr, 0) : 256;
         Show(file, begin, begin + std::min(length, file.Size() - begin));
-        return 0;
+        return std::fflush(stdout) == 0 ? 0 : 1;
     } catch (const Kiv::BaseException& e) {
         std::cerr << Kiv::Utf8(e.What()) << '\n';
-    } catch (const std::exception& e) {
-        std::cerr << e.what() << '\n';
+    } catch (const std::logic_error&) {
+        std::cerr << "OFFSET and LENGTH are numbers\n";
     }
     return 1;
 }

@@ -73,7 +73,7 @@ int main(int argc, char** argv)
         return 2;
     }
     if (Report(argv[1], argc == 3 ? argv[2] : " \t\r\n,;:=\""))
-        return 0;
+        return std::cout.flush() ? 0 : 1;
     std::cerr << argv[1] << ": cannot be read\n";
     return 1;
 }
