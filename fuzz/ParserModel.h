@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include <KivBase/BinaryStreamBuf.h>
 #include <KivFile/BinaryStreamParser.h>
 #include <KivFile/MemoryBuffer.h>
 #include <KivFile/StaticMemoryBuffer.h>
@@ -22,8 +23,8 @@ inline char Lower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-// What a tokenizer holds after each step. The text comes in blocks of 4096 bytes, because that is what ignoring zero
-// bytes, trimming and seeking depend on; everything else looks at one byte after the other.
+// What a tokenizer holds after each step. The text comes in blocks, because that is what ignoring zero bytes, trimming
+// and seeking depend on; everything else looks at one byte after the other.
 class Model
 {
 public:
@@ -33,7 +34,10 @@ public:
         bool spaceForTrim;
     };
 
-    Model(std::string text, bool isCaseSensitive) : caseSensitive(isCaseSensitive), m_text(std::move(text)) {}
+    Model(std::string text, std::size_t blockSize, bool isCaseSensitive)
+        : caseSensitive(isCaseSensitive), m_text(std::move(text)), m_blockSize(blockSize)
+    {
+    }
 
     void Reset()
     {
@@ -112,7 +116,7 @@ private:
         if (i >= m_ahead.size() && m_beforeRead)
             m_beforeRead();
         while (i >= m_ahead.size() && m_read < m_text.size()) {
-            std::string block = m_text.substr(m_read, 4096);
+            std::string block = m_text.substr(m_read, m_blockSize);
             m_read += block.size();
             if (ignoreNulls)
                 std::erase(block, '\0');
@@ -198,6 +202,7 @@ private:
     }
 
     std::string m_text;
+    std::size_t m_blockSize;
     std::size_t m_read = 0;
     std::string m_ahead;
     std::function<void()> m_beforeRead;
@@ -244,14 +249,33 @@ private:
     std::string_view m_bytes;
 };
 
+// Gives no more than a piece at a time.
+class PiecesBuffer final : public Kiv::BinaryStreamBufWrapper
+{
+public:
+    PiecesBuffer(Kiv::BinaryStreamBufT<unsigned int>& buffer, std::size_t piece)
+        : BinaryStreamBufWrapper(buffer), m_piece(static_cast<unsigned int>(piece))
+    {
+    }
+
+protected:
+    unsigned int vGet(void* dst, unsigned int n) override
+    {
+        return BinaryStreamBufWrapper::vGet(dst, std::min(n, m_piece));
+    }
+
+private:
+    unsigned int m_piece;
+};
+
 // One stream, read by the model and by the real tokenizer, and what differs between them.
 class Race
 {
 public:
-    Race(const std::string& text, bool caseSensitive)
-        : m_model(text, caseSensitive), m_text(text),
-          m_buffer(static_cast<const void*>(m_text.data()), static_cast<unsigned int>(m_text.size())),
-          m_parser(m_buffer, caseSensitive)
+    Race(const std::string& text, std::size_t piece, bool caseSensitive)
+        : m_model(text, std::min<std::size_t>(piece, 4096), caseSensitive), m_text(text),
+          m_memory(static_cast<const void*>(m_text.data()), static_cast<unsigned int>(m_text.size())),
+          m_buffer(m_memory, piece), m_parser(m_buffer, caseSensitive)
     {
     }
 
@@ -324,23 +348,28 @@ private:
     void FetchPlain(std::size_t kind, Draw& draw, bool keyword, bool& model, bool& real)
     {
         const bool variant = draw.Flag();
-        if (kind == 0) {
-            const std::string pattern = Pattern(draw);
-            model = m_model.FetchTo(pattern, keyword, nullptr);
-            real = pattern.size() == 1 ? m_parser.FetchTo(static_cast<unsigned char>(pattern[0]), keyword)
-                                       : m_parser.FetchTo(pattern, keyword);
+        const bool intoString = draw.Flag();
+        const std::string text = kind == 2 ? Set(draw) : Pattern(draw);
+        std::string out = "old";
+        keyword = keyword || intoString;
+        const auto run = [&](const auto& fetch) { real = intoString ? fetch(out) : fetch(keyword); };
+        if (kind == 2) {
+            model = m_model.FetchSet(text, variant, keyword, nullptr);
+            run([&](auto& how) {
+                return variant ? m_parser.FetchUntil(text, how) : m_parser.FetchUntilNot(text, how);
+            });
         } else if (kind == 1) {
-            const std::string pattern = Pattern(draw);
-            std::string out = "old";
-            model = m_model.FetchBeyond(pattern, true, nullptr);
-            real = m_parser.FetchBeyond(pattern, out);
-            if (out != m_model.keyword)
-                m_difference = " out";
+            model = m_model.FetchBeyond(text, keyword, nullptr);
+            run([&](auto& how) { return m_parser.FetchBeyond(text, how); });
         } else {
-            const std::string set = Set(draw);
-            model = m_model.FetchSet(set, variant, keyword, nullptr);
-            real = variant ? m_parser.FetchUntil(set, keyword) : m_parser.FetchUntilNot(set, keyword);
+            model = m_model.FetchTo(text, keyword, nullptr);
+            const bool isByte = variant && text.size() == 1;
+            run([&](auto& how) {
+                return isByte ? m_parser.FetchTo(static_cast<unsigned char>(text[0]), how)
+                              : m_parser.FetchTo(text, how);
+            });
         }
+        Compare(!intoString || out == m_model.keyword, " out");
     }
 
     void FetchInto(std::size_t kind, Draw& draw, bool& model, bool& real)
@@ -395,7 +424,8 @@ private:
 
     Model m_model;
     const std::string m_text;
-    KivFile::StaticMemoryBuffer m_buffer;
+    KivFile::StaticMemoryBuffer m_memory;
+    PiecesBuffer m_buffer;
     KivFile::BinaryStreamParser m_parser;
     Kiv::RefCount<KivFile::MemoryBuffer> m_target;
     std::string m_difference;
@@ -414,7 +444,7 @@ inline std::string RunProgram(std::string_view bytes)
         text += piece;
     for (std::size_t changes = draw.Below(6); changes != 0 && !text.empty(); --changes)
         text.replace(draw.Below(text.size()), 1, draw.Text(1));
-    Race race(text, caseSensitive);
+    Race race(text, draw.Flag() ? 4096 : 1 + draw.Below(5000), caseSensitive);
     while (!draw.IsEmpty()) {
         if (std::string difference = race.Step(draw); !difference.empty())
             return difference;
