@@ -100,7 +100,7 @@ TEST_F(SettingsTool, WhatWouldNotReadBackIsRefused)
     for (const auto& row : rows) {
         const Outcome outcome = Call({"config", "set", m_file, row.section, row.key, row.value});
         EXPECT_EQ(outcome.code, 1) << testing::PrintToString(row.key + "=" + row.value);
-        EXPECT_NE(outcome.err, "");
+        EXPECT_EQ(outcome.err, "kivfile: " + m_file + ": this setting cannot be written so that it reads back\n");
         EXPECT_EQ(Content(), "[S]\nk = 1\n");
     }
     EXPECT_EQ(Call({"config", "set", m_file, "S", "k", "a\n[x]"}).code, 0);
@@ -110,7 +110,10 @@ TEST_F(SettingsTool, WhatWouldNotReadBackIsRefused)
 TEST_F(SettingsTool, AFileThatIsInvalidOrReadOnlyStaysAsItIs)
 {
     Make("no settings\n");
-    EXPECT_EQ(Call({"config", "set", m_file, "S", "k", "v"}).code, 1);
+    for (const std::string key : {"k", "bad-key"}) {
+        const Outcome outcome = Call({"config", "set", m_file, "S", key, "v"});
+        EXPECT_NE(outcome.err.find("source is invalid"), std::string::npos) << outcome.err;
+    }
     EXPECT_EQ(Content(), "no settings\n");
     Make("[S]\n");
     fs::permissions(m_file, fs::perms::owner_read);
@@ -146,6 +149,33 @@ TEST_F(SettingsTool, StringsAreASetInAFile)
     EXPECT_EQ(Call({"strings", "minus", m_file, m_file}).code, 0);
     EXPECT_EQ(Content(), "");
     EXPECT_EQ(Tool::Content("other"), "c\nb");
+}
+
+// The mark belongs to the file, not to its first string.
+TEST_F(SettingsTool, StringsAreReadBehindAMarkAndFromStandardInput)
+{
+    const std::string mark = "\xEF\xBB\xBF";
+    Make(mark + "b\r\n");
+    EXPECT_EQ(Call({"strings", "union", m_file, "-"}, mark + "a\n\nc").err, "");
+    EXPECT_EQ(Content(), mark + "a\r\nb\r\nc\r\n");
+    EXPECT_EQ(Call({"strings", "list", "-"}, Content()).out, "a\nb\nc\n");
+    EXPECT_EQ(Call({"strings", "minus", m_file, m_file}).err, "");
+    EXPECT_EQ(Content(), mark);
+}
+
+TEST_F(SettingsTool, StringsWithAZeroByteAreNoText)
+{
+    const std::string content("a\0b\n", 4);
+    Make(content);
+    const Arguments calls[] = {{"list", m_file}, {"add", m_file, "c"}, {"union", User("other"), m_file}};
+    Write("other", "x\n");
+    for (Arguments call : calls) {
+        call.insert(call.begin(), "strings");
+        const Outcome outcome = Call(call);
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_NE(outcome.err.find("zero byte"), std::string::npos) << outcome.err;
+    }
+    EXPECT_EQ(Content() + Tool::Content("other"), content + "x\n");
 }
 
 } // namespace

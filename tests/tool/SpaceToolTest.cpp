@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "Tool.h"
+#include "tools/kivfile/Failure.h"
 #include "tools/kivfile/SpaceCommand.h"
 
 namespace
@@ -10,6 +11,17 @@ namespace
 class SpaceTool : public Tool
 {
 };
+
+// Why a text is no need; empty when it is one.
+std::string Refusal(const std::string& text)
+{
+    try {
+        (void)KivTool::ParseNeed(text);
+    } catch (const KivTool::ToolError& error) {
+        return error.message;
+    }
+    return "";
+}
 
 TEST(Needs, AreADirectoryAndANumberOfBytes)
 {
@@ -29,14 +41,16 @@ TEST(Needs, AreADirectoryAndANumberOfBytes)
         {"a=16777215T", "a", std::uint64_t{16777215} << 40},
     };
     for (const auto& row : rows) {
-        const auto need = KivTool::ParseNeed(row.text);
-        ASSERT_TRUE(need) << row.text;
-        EXPECT_EQ(need->name, row.name);
-        EXPECT_EQ(need->required, row.required) << row.text;
+        const KivTool::Need need = KivTool::ParseNeed(row.text);
+        EXPECT_EQ(need.name, row.name);
+        EXPECT_EQ(need.required, row.required) << row.text;
     }
     for (const char* text : {"", "a", "=5", "a=", "a=K", "a=-1", "a=+1", "a=1.5G", "a=1 ", "a= 1", "a=1KB", "a=0x10",
-                             "a=5=", "a=18446744073709551616", "a=16777216T", "a=18014398509481984k"})
-        EXPECT_FALSE(KivTool::ParseNeed(text)) << text;
+                             "a=5=", "a=18446744073709551616P"})
+        EXPECT_TRUE(Refusal(text).starts_with("not of the form")) << text;
+    for (const char* text :
+         {"a=18446744073709551616", "a=18446744073709551616T", "a=16777216T", "a=18014398509481984k"})
+        EXPECT_TRUE(Refusal(text).starts_with("too large")) << text;
 }
 
 TEST_F(SpaceTool, EachDirectoryIsMeasuredAgainstItsNeed)

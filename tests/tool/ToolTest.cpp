@@ -28,11 +28,36 @@ void ExpectFailures(int code, const std::vector<std::pair<std::string, Arguments
 TEST_F(Tool, WrongCallsExitWith2AndPrintNothingOnStandardOutput)
 {
     ExpectFailures(2, {
-                          {"", {"", "bogus", "cat x", "ls --bogus x", "walk", "rm", "path", "strings add f"}},
+                          {"", {"", "bogus", "cat x", "ls --bogus x", "walk", "rm", "path", "extract x \"\""}},
                           {"props", {"", "--jobs 0 x", "- -", "- --files-from -"}},
-                          {"config", {"get f s", "set f s k", "list f s k"}},
+                          {"config", {"get f s", "set f s k", "list f s k", "set - s k v", "unset - s"}},
+                          {"strings", {"add f", "add - x", "union f - -"}},
+                          {"walk", {"--filter a/b .", "--filter /* ."}},
                           {"space", {"", ".=0 a=1P", "--watch 0 .=0", "--watch 1.5 .=0", "--watch 4294967296 .=0"}},
                       });
+}
+
+TEST_F(Tool, TheArgumentThatIsWrongIsNamed)
+{
+    const std::pair<std::string, std::string> rows[] = {
+        {"prop x", "unknown command: prop"},
+        {"config bogus", "unknown command: bogus"},
+        {"--bogus", "unknown option: --bogus"},
+        {"config get --bogus", "unknown option: --bogus"},
+        {"cat a b -- -\x1B", "unexpected argument: -\\x1B"},
+        {"space .=16777216T", ".=16777216T: too large: 18446744073709551615 bytes are the most"},
+    };
+    for (const auto& [call, message] : rows)
+        EXPECT_EQ(Lines(Call(Typed(call)).err).at(0), "kivfile: " + message);
+}
+
+// Also what looks like an option, a list or the end of a command.
+TEST_F(Tool, OperandsAreTakenAsTheyAre)
+{
+    Arguments texts;
+    for (const std::string& line : Lines(Call(Typed("--quiet path --json [a,b] ++ path -- -c --json -- []")).out))
+        texts.push_back(Json::parse(line)["text"]);
+    EXPECT_EQ(texts, Typed("[a,b] ++ path -c --json -- []"));
 }
 
 TEST_F(Tool, HelpBeginsWithAnExample)
@@ -64,6 +89,26 @@ TEST_F(Tool, WhatIsNotThereExitsWith1AndNothingChanges)
     fs::current_path(before);
     EXPECT_EQ(Content("file"), "[S]\nk = v\n");
     EXPECT_TRUE(fs::exists(User("sub\\file")) && Entries() == 3);
+}
+
+// Of latin.doc the directory comes last.
+TEST_F(Tool, ADocumentThatWasCutShortShowsWhatIsThereAndFails)
+{
+    fs::copy(SAMPLES + "latin.doc", User("whole"));
+    const std::string whole = Content("whole");
+    const std::string none = Write("none", whole.substr(0, 34000));
+    const std::string part = Write("part", whole.substr(0, 35000));
+    const auto fails = [](const Outcome& outcome) {
+        return outcome.code == 1 && outcome.err.find("part of the directory is missing") != outcome.err.npos;
+    };
+    for (const char* command : {"ls", "props"}) {
+        EXPECT_TRUE(fails(Call({command, none}))) << command;
+        EXPECT_TRUE(fails(Call({command, part}))) << command;
+    }
+    EXPECT_TRUE(fails(Call({"extract", part, User("out")})));
+    EXPECT_EQ(Call({"ls", none}).out, "");
+    EXPECT_EQ(Lines(Call({"ls", part}).out).size(), 4u);
+    EXPECT_TRUE(Json::parse(Call({"props", "--json", none}).out).contains("error"));
 }
 
 TEST_F(Tool, OneBadFileNeverStopsTheRestAndEachGetsOneClearError)
@@ -124,6 +169,22 @@ TEST_F(Tool, JobsAndListsKeepInputOrder)
     EXPECT_EQ(Lines(oneByOne.out).size(), 40u);
     EXPECT_EQ(fromList.out, oneByOne.out);
     EXPECT_EQ(fromList.err, oneByOne.err);
+}
+
+// Cut at the zero byte, the name would be that of another file.
+TEST_F(Tool, AListMayHaveAMarkAndTakesNoNameWithAZeroByte)
+{
+    const std::string file = SAMPLES + "many.xls";
+    const std::string cut = file + std::string("\0x", 2);
+    const Outcome outcome =
+        Call({"props", "--json", "--files-from", "-"}, "\xEF\xBB\xBF" + file + "\n" + cut + "\n" + file);
+    EXPECT_EQ(outcome.code, 1);
+    const std::vector<std::string> lines = Lines(outcome.out);
+    ASSERT_EQ(lines.size(), 3u) << outcome.out;
+    EXPECT_EQ(lines[0], lines[2]);
+    EXPECT_EQ(Json::parse(lines[0])["file"], file);
+    EXPECT_EQ(Json::parse(lines[1])["file"], cut);
+    EXPECT_EQ(Json::parse(lines[1])["error"]["class"], "Error");
 }
 
 TEST_F(Tool, EveryStreamThatLsPrintsCanBeGivenBackToCatAndIsWhatExtractWrites)

@@ -35,6 +35,64 @@ public:
     std::string make_footer(const CLI::App*) const override { return ""; }
 };
 
+// ---- Arguments that the parser must not see as they are ------------------------------------------------------
+
+// The parser takes from behind "--" what it has no operand left for as options again, ends a command at "++", and takes
+// what stands in brackets apart at its commas. No argument of a program holds a zero byte, so one in front hides them
+// until they are given to their operand.
+constexpr char HIDDEN = '\0';
+
+bool IsMisread(const std::string& argument, bool isOperand)
+{
+    return (isOperand && argument.starts_with('-')) || argument == "++" ||
+           (argument.starts_with('[') && argument.ends_with(']'));
+}
+
+std::vector<std::string> Hide(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> result;
+    bool haveOptionsEnded = false;
+    for (const std::string& argument : arguments) {
+        if (!haveOptionsEnded && argument == "--")
+            haveOptionsEnded = true;
+        else
+            result.push_back(IsMisread(argument, haveOptionsEnded) ? HIDDEN + argument : argument);
+    }
+    return result;
+}
+
+std::string Show(std::string argument)
+{
+    if (argument.starts_with(HIDDEN))
+        argument.erase(0, 1);
+    return argument;
+}
+
+void ShowInOptions(CLI::App& app)
+{
+    for (CLI::Option* option : app.get_options())
+        option->transform(Show);
+    for (CLI::App* command : app.get_subcommands({}))
+        ShowInOptions(*command);
+}
+
+// ---- What operands must not be; empty when they may ------------------------------------------------------------
+
+std::string RefuseEmpty(const std::string& name)
+{
+    return name.empty() ? "an empty name is no directory" : "";
+}
+
+std::string RefuseStandardInput(const std::string& name)
+{
+    return name == "-" ? "standard input cannot be edited" : "";
+}
+
+std::string RefuseSeparator(const std::string& filter)
+{
+    return HoldsSeparator(filter) ? "a filter is for names, which hold no separator" : "";
+}
+
 // The command line, and what it asked for once it has been parsed.
 class CommandLine
 {
@@ -58,13 +116,15 @@ public:
         AddPath();
         AddConfig();
         AddStrings();
+        ShowInOptions(m_app);
     }
 
-    int Run(std::vector<std::string> arguments)
+    int Run(const std::vector<std::string>& arguments)
     {
-        std::ranges::reverse(arguments); // the parser takes them from the back
+        std::vector<std::string> hidden = Hide(arguments);
+        std::ranges::reverse(hidden); // the parser takes them from the back
         try {
-            m_app.parse(arguments);
+            m_app.parse(hidden);
             return m_action();
         } catch (const CLI::ParseError& error) {
             return Explain(error);
@@ -78,8 +138,34 @@ private:
             m_app.exit(error, m_console.out, m_console.err);
             return AllWell;
         }
-        m_console.err << "kivfile: " << error.what() << "\nkivfile: try --help\n";
+        m_console.err << "kivfile: " << PrintableFileName(Complaint(error)) << "\nkivfile: try --help\n";
         return WrongCall;
+    }
+
+    // An argument that nobody took explains more than what is missing in its place.
+    std::string Complaint(const CLI::ParseError& error) const
+    {
+        const std::vector<std::string> strays = m_app.remaining(true);
+        if (strays.empty())
+            return error.what();
+        const std::string& stray = strays.front();
+        if (stray.size() > 1 && stray.starts_with('-'))
+            return "unknown option: " + stray;
+        return (IsCommandMissing() ? "unknown command: " : "unexpected argument: ") + Show(stray);
+    }
+
+    bool IsCommandMissing() const
+    {
+        const CLI::App* app = &m_app;
+        while (!app->get_subcommands().empty())
+            app = app->get_subcommands().front();
+        return app->get_require_subcommand_min() > 0;
+    }
+
+    static void CheckStandardInput(std::ptrdiff_t uses)
+    {
+        if (uses > 1)
+            throw CLI::ValidationError("-", "standard input can be read only once");
     }
 
     CLI::App* AddCommand(const char* name, const char* example, const char* help, std::function<int()> action)
@@ -127,9 +213,7 @@ private:
     {
         if (m_properties.files.empty() && m_properties.filesFrom.empty())
             throw CLI::RequiredError("FILE");
-        const auto uses = std::ranges::count(m_properties.files, "-") + (m_properties.filesFrom == "-" ? 1 : 0);
-        if (uses > 1)
-            throw CLI::ValidationError("-", "standard input can be read only once");
+        CheckStandardInput(std::ranges::count(m_properties.files, "-") + (m_properties.filesFrom == "-" ? 1 : 0));
     }
 
     void AddLs()
@@ -165,14 +249,17 @@ private:
                        });
         command->add_flag("--force", m_extract.force, "Replace files that exist");
         AddFile(command);
-        command->add_option("DIR", m_extract.directory, "Where to write; made when missing")->required();
+        command->add_option("DIR", m_extract.directory, "Where to write; made when missing")
+            ->required()
+            ->check(RefuseEmpty);
     }
 
     void AddWalk()
     {
         CLI::App* command = AddCommand("walk", "kivfile walk --recursive --filter \"*.doc\" .",
                                        "Prints the files of a directory, each as soon as it is found: first its own, "
-                                       "then those of its sub-directories. Links to directories are not entered.",
+                                       "then those of its sub-directories. Links to directories are not entered, and "
+                                       "sub-directories that may not be read are passed over silently.",
                                        [this] {
                                            m_walk.json = m_json;
                                            m_walk.quiet = m_quiet;
@@ -180,9 +267,12 @@ private:
                                        });
         command->add_option("--filter", m_walk.filter, "Print files with matching names only; * and ? are wildcards")
             ->type_name("F")
-            ->default_str("*.*");
+            ->default_str("*.*")
+            ->check(RefuseSeparator);
         command->add_flag("--recursive", m_walk.recursive, "Walk the sub-directories, too");
-        command->add_option("--resume-after", m_walk.resumeAfter, "Begin with this file, as an earlier walk printed it")
+        command
+            ->add_option("--resume-after", m_walk.resumeAfter,
+                         "Begin with this file, as an earlier walk printed it, if without escapes such as \\x1B")
             ->type_name("PATH");
         command->add_flag("--json", m_json, "Print one JSON object a line");
         command->add_option("DIR", m_walk.directory, "Where to begin")->required();
@@ -227,10 +317,11 @@ private:
     void ReadNeeds()
     {
         for (const std::string& text : m_needs) {
-            std::optional<Need> need = ParseNeed(text);
-            if (!need)
-                throw CLI::ValidationError(PrintableFileName(text), "not of the form DIR=BYTES, such as /var=500M");
-            m_space.needs.push_back(std::move(*need));
+            try {
+                m_space.needs.push_back(ParseNeed(text));
+            } catch (const ToolError& error) {
+                throw CLI::ValidationError(text, error.message);
+            }
         }
     }
 
@@ -249,15 +340,15 @@ private:
 
     void AddConfig()
     {
-        CLI::App& family = AddFamily("config", "kivfile config get app.ini Window Title",
-                                     "Reads a settings file, or edits it in place: comments and order stay.");
-        AddConfigCommand(family, GetSetting, "get", "kivfile config get app.ini Window Title",
-                         "Prints the value of a key, a line for each of its lines.");
+        CLI::App& family =
+            AddFamily("config", "kivfile config get app.ini Window Title",
+                      "Reads a settings file, or edits it in place: comments and order stay, empty lines do not.");
+        CLI::App* get = AddConfigCommand(family, GetSetting, "get", "kivfile config get app.ini Window Title",
+                                         "Prints the value of a key, a line for each of its lines.");
         CLI::App* set =
             AddConfigCommand(family, SetSetting, "set", "kivfile config set app.ini Window Title \"My App\"",
                              "Gives a key a value. File, section and key are made when missing.");
-        set->add_option("VALUE", m_config.value, "The value; -- in front of FILE lets it begin with a dash")
-            ->required();
+        set->add_option("VALUE", m_config.value, "The value; -- in front lets it begin with a dash")->required();
         CLI::App* unset = AddConfigCommand(family, UnsetSetting, "unset", "kivfile config unset app.ini Window Title",
                                            "Removes a key, or a whole section.");
         unset->get_option("KEY")->required(false);
@@ -266,8 +357,12 @@ private:
         list->remove_option(list->get_option("KEY"));
         list->get_option("SECTION")->required(false);
         list->add_flag("--json", m_config.json, "Print one JSON object");
-        for (CLI::App* edit : {set, unset})
+        for (CLI::App* read : {get, list})
+            read->get_option("FILE")->description("A settings file; - is standard input");
+        for (CLI::App* edit : {set, unset}) {
+            edit->get_option("FILE")->check(RefuseStandardInput);
             edit->add_flag("--dry-run", m_config.dryRun, "Change nothing; print what would change");
+        }
     }
 
     CLI::App* AddConfigCommand(CLI::App& family, int (*action)(const ConfigOptions&, const Console&), const char* name,
@@ -286,16 +381,18 @@ private:
     void AddStrings()
     {
         CLI::App& family = AddFamily("strings", "kivfile strings add seen.txt first second",
-                                     "Reads or edits a file that holds a set of strings, one a line.");
+                                     "Reads or edits a file that holds a set of strings, one a line, in order.");
         AddStringsCommand(family, "list", "kivfile strings list seen.txt", "Prints the strings in order.",
-                          [this] { return ListStrings(m_strings, m_console); });
-        AddStringsEdit(family, StringsEdit::Add, "add", "STRING", "kivfile strings add seen.txt first second",
+                          [this] { return ListStrings(m_strings, m_console); })
+            ->get_option("FILE")
+            ->description("A file of strings; - is standard input");
+        AddStringsEdit(family, StringsEdit::Add, "add", "kivfile strings add seen.txt first second",
                        "Adds strings. The file is made when missing.");
-        AddStringsEdit(family, StringsEdit::Remove, "remove", "STRING", "kivfile strings remove seen.txt first",
+        AddStringsEdit(family, StringsEdit::Remove, "remove", "kivfile strings remove seen.txt first",
                        "Removes strings.");
-        AddStringsEdit(family, StringsEdit::Union, "union", "OTHER", "kivfile strings union seen.txt more.txt",
+        AddStringsEdit(family, StringsEdit::Union, "union", "kivfile strings union seen.txt more.txt",
                        "Adds all strings of other files.");
-        AddStringsEdit(family, StringsEdit::Minus, "minus", "OTHER", "kivfile strings minus seen.txt done.txt",
+        AddStringsEdit(family, StringsEdit::Minus, "minus", "kivfile strings minus seen.txt done.txt",
                        "Removes all strings of other files.");
     }
 
@@ -310,12 +407,19 @@ private:
         return command;
     }
 
-    void AddStringsEdit(CLI::App& family, StringsEdit edit, const char* name, const char* operand, const char* example,
-                        const char* help)
+    void AddStringsEdit(CLI::App& family, StringsEdit edit, const char* name, const char* example, const char* help)
     {
-        AddStringsCommand(family, name, example, help, [this, edit] { return EditStrings(edit, m_strings, m_console); })
-            ->add_option(operand, m_strings.operands, "What to take")
-            ->required();
+        const bool takesFiles = edit == StringsEdit::Union || edit == StringsEdit::Minus;
+        CLI::App* command = AddStringsCommand(family, name, example, help, [this, edit, takesFiles] {
+            if (takesFiles)
+                CheckStandardInput(std::ranges::count(m_strings.operands, "-"));
+            return EditStrings(edit, m_strings, m_console);
+        });
+        command->get_option("FILE")->check(RefuseStandardInput);
+        if (takesFiles)
+            command->add_option("OTHER", m_strings.operands, "Files of strings; - is standard input")->required();
+        else
+            command->add_option("STRING", m_strings.operands, "Strings")->required();
     }
 
     void AddFile(CLI::App* command)
@@ -324,7 +428,9 @@ private:
     }
 
     const Console& m_console;
-    CLI::App m_app{"Reads compound documents: their properties, storages and streams.", "kivfile"};
+    CLI::App m_app{"Looks into compound documents, reads and edits settings files and sets of strings, and walks, "
+                   "deletes and measures directories.",
+                   "kivfile"};
     std::function<int()> m_action;
     bool m_quiet = false;
     bool m_json = false;

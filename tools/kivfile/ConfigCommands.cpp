@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <istream>
-#include <iterator>
 #include <ostream>
 #include <string_view>
 
@@ -15,6 +13,7 @@
 #include "Difference.h"
 #include "EditedFile.h"
 #include "Failure.h"
+#include "InputText.h"
 #include "Text.h"
 #include "platform/Platform.h"
 
@@ -27,8 +26,6 @@ using Kiv::WString;
 using Kiv::WStringView;
 using KivFile::ConfigFile;
 using Json = nlohmann::ordered_json;
-
-constexpr std::string_view MARK = "\xEF\xBB\xBF";
 
 // ---- The form of a file: what the library neither knows nor keeps ---------------------------------------------
 
@@ -53,12 +50,7 @@ std::string LineEndOf(std::string_view text)
 
 Form FormOf(std::string_view bytes)
 {
-    return {bytes.starts_with(MARK), LineEndOf(bytes)};
-}
-
-std::string TextOf(const std::string& bytes)
-{
-    return bytes.starts_with(MARK) ? bytes.substr(MARK.size()) : bytes;
+    return {HasMark(bytes), LineEndOf(bytes)};
 }
 
 // Text as the library wrote it, in the form that the file had.
@@ -80,16 +72,10 @@ std::string BytesOf(const std::string& text, const Form& form)
 
 ConfigFile Read(const std::string& bytes)
 {
-    const std::string text = TextOf(bytes);
+    const std::string_view text = TextOf(bytes);
     KivFile::StaticMemoryBuffer buffer(static_cast<const void*>(text.data()), static_cast<unsigned int>(text.size()));
     const auto narrow = static_cast<Kiv::CHARSET>(KivSys::NarrowCodePage());
-    return ConfigFile(buffer, FormOf(bytes).hasMark ? Kiv::CHARSET::UTF8 : narrow);
-}
-
-ConfigFile ReadNamed(const std::string& name, std::istream& in)
-{
-    return Read(name == "-" ? std::string(std::istreambuf_iterator<char>(in), {})
-                            : ReadBytes(KivSys::PathFromUser(name)));
+    return ConfigFile(buffer, HasMark(bytes) ? Kiv::CHARSET::UTF8 : narrow);
 }
 
 [[noreturn]] void ThrowNotThere()
@@ -165,15 +151,33 @@ WString InFile(const std::string& argument, const Form& form)
     return form.hasMark ? Kiv::WideFromNarrow(Kiv::Utf8(text)) : text;
 }
 
-// Calls change(configuration, form) and returns the file's new content.
-std::string Changed(const EditedFile& file, const std::function<void(ConfigFile&, const Form&)>& change)
+// The settings of the file, bound to its work file.
+ConfigFile Opened(const EditedFile& file)
 {
-    const Form form = FormOf(file.Content());
-    WriteBytes(file.WorkFile(), TextOf(file.Content()));
-    ConfigFile config(file.WorkFile(), nullptr);
-    change(config, form);
+    WriteBytes(file.WorkFile(), std::string(TextOf(file.Content())));
+    return ConfigFile(file.WorkFile(), nullptr);
+}
+
+// The file's content with the settings saved into it.
+std::string Saved(ConfigFile& config, const EditedFile& file, const Form& form)
+{
     config.Save("", true);
     return BytesOf(ReadBytes(file.WorkFile()), form);
+}
+
+// The content, unless the setting does not read back from it. It may even make the whole of it invalid.
+std::optional<std::string> SavedAsAsked(ConfigFile& config, const EditedFile& file, const Form& form,
+                                        const ConfigOptions& options)
+{
+    try {
+        std::string content = Saved(config, file, form);
+        const ConfigFile written = Read(content);
+        const WString* readBack = written.Get(Kiv::WideFromNarrow(*options.section), Kiv::WideFromNarrow(*options.key));
+        if (readBack && *readBack == Kiv::WideFromNarrow(options.value))
+            return content;
+    } catch (const ConfigFile::InvalidConfigException&) {
+    }
+    return std::nullopt;
 }
 
 // Puts the new content in the file's place, or shows what that would do.
@@ -190,28 +194,26 @@ void Finish(EditedFile& file, const std::string& content, const ConfigOptions& o
 void Set(const ConfigOptions& options, const Console& console)
 {
     EditedFile file(options.file);
-    const std::string content = Changed(file, [&](ConfigFile& config, const Form& form) {
-        config.Set(InFile(*options.section, form), InFile(*options.key, form), InFile(options.value, form));
-    });
-    const WString value = Kiv::WideFromNarrow(options.value);
-    const ConfigFile written = Read(content);
-    const WString* readBack = written.Get(Kiv::WideFromNarrow(*options.section), Kiv::WideFromNarrow(*options.key));
-    if (!readBack || *readBack != value)
+    const Form form = FormOf(file.Content());
+    ConfigFile config = Opened(file);
+    config.Set(InFile(*options.section, form), InFile(*options.key, form), InFile(options.value, form));
+    const std::optional<std::string> content = SavedAsAsked(config, file, form, options);
+    if (!content)
         throw ToolError{"this setting cannot be written so that it reads back"};
-    Finish(file, content, options, console);
+    Finish(file, *content, options, console);
 }
 
 void Unset(const ConfigOptions& options, const Console& console)
 {
     EditedFile file(options.file);
-    const std::string content = Changed(file, [&](ConfigFile& config, const Form& form) {
-        const WString section = InFile(*options.section, form);
-        const bool wasThere =
-            options.key ? config.Remove(section, InFile(*options.key, form)) : config.RemoveSection(section);
-        if (!wasThere)
-            ThrowNotThere();
-    });
-    Finish(file, content, options, console);
+    const Form form = FormOf(file.Content());
+    ConfigFile config = Opened(file);
+    const WString section = InFile(*options.section, form);
+    const bool wasThere =
+        options.key ? config.Remove(section, InFile(*options.key, form)) : config.RemoveSection(section);
+    if (!wasThere)
+        ThrowNotThere();
+    Finish(file, Saved(config, file, form), options, console);
 }
 
 int Run(const ConfigOptions& options, const Console& console, const std::function<void()>& action)
@@ -229,7 +231,7 @@ int Run(const ConfigOptions& options, const Console& console, const std::functio
 int GetSetting(const ConfigOptions& options, const Console& console)
 {
     return Run(options, console, [&] {
-        const ConfigFile config = ReadNamed(options.file, console.in);
+        const ConfigFile config = Read(ReadInput(options.file, console.in));
         const WString* value = config.Get(Kiv::WideFromNarrow(*options.section), Kiv::WideFromNarrow(*options.key));
         if (!value)
             ThrowNotThere();
@@ -240,7 +242,7 @@ int GetSetting(const ConfigOptions& options, const Console& console)
 int ListSettings(const ConfigOptions& options, const Console& console)
 {
     return Run(options, console, [&] {
-        const ConfigFile config = ReadNamed(options.file, console.in);
+        const ConfigFile config = Read(ReadInput(options.file, console.in));
         const Sections sections = Chosen(config, options.section);
         if (options.json)
             PrintJson(options.file, sections, console.out);

@@ -106,6 +106,7 @@ private:
         const bool isComplete = VisitTree(document.Root(), [&](const TreeEntry& entry) { ExtractEntry(entry); });
         if (!isComplete)
             throw ToolError{LEFT_OUT};
+        document.RequireWhole();
     }
 
     static std::size_t DeclaredBytes(Storage& root)

@@ -126,6 +126,7 @@ int List(const std::string& file, bool json, bool quiet, const Console& console)
         console.out << (json ? JsonLine(file, document.Root(), isComplete) : TextLines(document.Root(), isComplete));
         if (!isComplete)
             throw ToolError{LEFT_OUT};
+        document.RequireWhole();
     });
     if (!succeeded && !quiet)
         console.err << "kivfile: " << PrintableFileName(file) << ": " << failure.message << '\n';

@@ -14,6 +14,7 @@
 
 #include "Failure.h"
 #include "InOrder.h"
+#include "InputText.h"
 #include "ProgressBar.h"
 #include "SourceDocument.h"
 #include "Text.h"
@@ -29,6 +30,8 @@ using Json = nlohmann::ordered_json;
 struct DocumentProperties {
     std::map<PropertyStorage::PROPERTY_ENUM, Kiv::Variant> byEnum;
     std::map<std::string, Kiv::Variant, Kiv::NoCase> byName;
+
+    [[nodiscard]] bool IsEmpty() const { return byEnum.empty() && byName.empty(); }
 
     // Visits the well-known properties in their order, then the named ones. Names are UTF-8.
     template <class Visit>
@@ -101,12 +104,19 @@ Report ReportOn(const std::string& file, bool json, std::istream& in)
     Report report;
     Failure failure;
     const bool succeeded = Attempt(failure, [&] {
+        if (file.find('\0') != file.npos)
+            throw ToolError{"holds a zero byte, which no name does"};
         DocumentProperties properties;
-        SourceDocument(file, in).Root().Properties(properties.byEnum, properties.byName);
+        SourceDocument document(file, in);
+        document.Root().Properties(properties.byEnum, properties.byName);
+        if (properties.IsEmpty())
+            document.RequireWhole();
         report.out = json ? FormatJson(file, properties) : FormatText(file, properties);
+        document.RequireWhole();
     });
     if (!succeeded) {
-        report.out = json ? FormatFailure(file, failure) : "";
+        if (report.out.empty() && json)
+            report.out = FormatFailure(file, failure);
         report.err = "kivfile: " + PrintableFileName(file) + ": " + failure.message + '\n';
     }
     return report;
@@ -114,7 +124,10 @@ Report ReportOn(const std::string& file, bool json, std::istream& in)
 
 void ReadNames(std::istream& in, std::vector<std::string>& names)
 {
-    for (std::string line; std::getline(in, line);) {
+    bool isFirst = true;
+    for (std::string line; std::getline(in, line); isFirst = false) {
+        if (isFirst && HasMark(line))
+            line.erase(0, MARK.size());
         if (line.ends_with('\r'))
             line.pop_back();
         if (!line.empty())

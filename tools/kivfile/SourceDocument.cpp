@@ -28,6 +28,12 @@ SourceDocument::SourceDocument(const std::string& name, std::istream& standardIn
     m_root = Kiv::MakeShared<KivFile::OLE::Storage>("", source);
 }
 
+void SourceDocument::RequireWhole() const
+{
+    if (!m_root->IsDirectoryWhole())
+        throw ToolError{"cut short or damaged: part of the directory is missing"};
+}
+
 Kiv::BinaryStreamBufT<unsigned int>& SourceDocument::OpenFile(const std::string& name)
 {
     using File = KivFile::CFileT<unsigned int>;

@@ -23,6 +23,9 @@ public:
     [[nodiscard]] KivFile::OLE::Storage& Root() { return *m_root; }
     // Bytes of the whole document.
     [[nodiscard]] unsigned int Size() const { return m_size; }
+    // Throws a ToolError when part of the directory is missing, and so may be what was looked for in the document. To
+    // be called when all that is there has been used.
+    void RequireWhole() const;
 
 private:
     Kiv::BinaryStreamBufT<unsigned int>& OpenFile(const std::string& name);

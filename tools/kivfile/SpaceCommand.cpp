@@ -24,21 +24,34 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::uint64_t MOST_BYTES = std::numeric_limits<std::uint64_t>::max();
 
-std::optional<std::uint64_t> ParseBytes(std::string_view text)
+[[noreturn]] void ThrowNoNeed()
+{
+    throw ToolError{"not of the form DIR=BYTES, such as /var=500M"};
+}
+
+// The power of 2 that a unit stands for; none is that of a byte.
+unsigned ShiftOf(std::string_view unit)
 {
     constexpr std::string_view UNITS = "KkMmGgTt";
     constexpr unsigned BITS_OF_1024 = 10;
+    if (unit.empty())
+        return 0;
+    const std::size_t index = UNITS.find(unit);
+    if (index == UNITS.npos || unit.size() != 1)
+        ThrowNoNeed();
+    return static_cast<unsigned>(index / 2 + 1) * BITS_OF_1024;
+}
+
+std::uint64_t ParseBytes(std::string_view text)
+{
     const char* const end = text.data() + text.size();
     std::uint64_t number = 0;
     const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc())
-        return std::nullopt;
-    if (rest == end)
-        return number;
-    const std::size_t unit = UNITS.find(*rest);
-    const auto shift = static_cast<unsigned>(unit / 2 + 1) * BITS_OF_1024;
-    if (unit == UNITS.npos || rest + 1 != end || number > MOST_BYTES >> shift)
-        return std::nullopt;
+    if (error == std::errc::invalid_argument)
+        ThrowNoNeed();
+    const unsigned shift = ShiftOf({rest, end});
+    if (error == std::errc::result_out_of_range || number > MOST_BYTES >> shift)
+        throw ToolError{"too large: 18446744073709551615 bytes are the most"};
     return number << shift;
 }
 
@@ -149,14 +162,13 @@ int Watch(const SpaceOptions& options, const Console& console)
 
 } // namespace
 
-std::optional<Need> ParseNeed(const std::string& text)
+Need ParseNeed(const std::string& text)
 {
     const std::size_t divide = text.rfind('=');
     if (divide == text.npos || divide == 0)
-        return std::nullopt;
+        ThrowNoNeed();
     const std::string name = text.substr(0, divide);
-    const std::optional<std::uint64_t> required = ParseBytes(std::string_view(text).substr(divide + 1));
-    return required ? std::optional(Need{name, KivSys::PathFromUser(name), *required}) : std::nullopt;
+    return {name, KivSys::PathFromUser(name), ParseBytes(std::string_view(text).substr(divide + 1))};
 }
 
 int PrintSpace(const SpaceOptions& options, const Console& console)

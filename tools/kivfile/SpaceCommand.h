@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,9 +17,9 @@ struct Need {
     std::uint64_t required;
 };
 
-// Reads DIR=BYTES, where the last = divides: digits, and perhaps K, M, G or T for a power of 1024. Nothing for any
-// other text, and for more than 64 bits hold.
-[[nodiscard]] std::optional<Need> ParseNeed(const std::string& text);
+// Reads DIR=BYTES, where the last = divides: digits, and perhaps K, M, G or T for a power of 1024. Throws a ToolError
+// for any other text, and for more than 64 bits hold.
+[[nodiscard]] Need ParseNeed(const std::string& text);
 
 struct SpaceOptions {
     std::vector<Need> needs;

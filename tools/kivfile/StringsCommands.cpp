@@ -1,14 +1,16 @@
 #include "StringsCommands.h"
 
+#include <algorithm>
 #include <functional>
 #include <ostream>
+#include <string_view>
 
 #include <KivFile/PersistentStringSet.h>
 
 #include "EditedFile.h"
 #include "Failure.h"
+#include "InputText.h"
 #include "Text.h"
-#include "platform/Platform.h"
 
 namespace KivTool
 {
@@ -17,12 +19,20 @@ namespace
 
 using KivFile::PersistentStringSet;
 
-// The set takes a file that cannot be read for an empty one; a command does not.
-PersistentStringSet Read(const std::string& name)
+// The set that a file with these bytes holds. The set's own way to load it opens the file again, which a pipe does not
+// bear, and takes one that cannot be read for an empty one.
+PersistentStringSet SetOf(std::string_view bytes)
 {
-    const std::string file = KivSys::PathFromUser(name);
-    (void)ReadBytes(file);
-    return PersistentStringSet(file);
+    if (bytes.find('\0') != bytes.npos)
+        throw ToolError{"is no text: it holds a zero byte"};
+    PersistentStringSet set;
+    for (std::string_view text = TextOf(bytes); !text.empty();) {
+        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        if (end > 0)
+            set.Set().emplace_hint(set.Set().end(), text.substr(0, end)); // most files are in order
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return set;
 }
 
 void Add(PersistentStringSet& set, const std::string& string)
@@ -33,10 +43,11 @@ void Add(PersistentStringSet& set, const std::string& string)
 }
 
 // Returns the strings that were to be removed and were not there.
-std::vector<std::string> Apply(StringsEdit edit, PersistentStringSet& set, const std::vector<std::string>& operands)
+std::vector<std::string> Apply(StringsEdit edit, PersistentStringSet& set, const StringsOptions& options,
+                               std::istream& in)
 {
     std::vector<std::string> missing;
-    for (const std::string& operand : operands) {
+    for (const std::string& operand : options.operands) {
         switch (edit) {
         case StringsEdit::Add:
             Add(set, operand);
@@ -46,10 +57,10 @@ std::vector<std::string> Apply(StringsEdit edit, PersistentStringSet& set, const
                 missing.push_back(operand);
             break;
         case StringsEdit::Union:
-            set += Read(operand);
+            set += SetOf(ReadInput(operand, in));
             break;
         case StringsEdit::Minus:
-            set -= Read(operand);
+            set -= SetOf(ReadInput(operand, in));
             break;
         }
     }
@@ -64,20 +75,26 @@ void ThrowMissing(const std::vector<std::string>& missing)
     throw ToolError{"no such string:" + names};
 }
 
-// A set that stays the same leaves the file alone: its size says so, as no edit both adds and removes. An empty one
-// leaves a new file as it is made: empty.
-int Edit(StringsEdit edit, const StringsOptions& options)
+// An empty set leaves the new file as it is made: empty.
+void Replace(EditedFile& file, const PersistentStringSet& set)
+{
+    set.Save(file.WorkFile());
+    if (HasMark(file.Content()))
+        WriteBytes(file.WorkFile(), std::string(MARK) + ReadBytes(file.WorkFile()));
+    file.Commit();
+}
+
+// A set that stays the same leaves the file alone: its size says so, as no edit both adds and removes.
+int Edit(StringsEdit edit, const StringsOptions& options, std::istream& in)
 {
     EditedFile file(options.file);
-    PersistentStringSet set;
-    if (file.Exists() || edit != StringsEdit::Add)
-        set = Read(options.file);
+    if (!file.Exists() && edit != StringsEdit::Add)
+        throw ToolError{"no such file"};
+    PersistentStringSet set = SetOf(file.Content());
     const std::size_t before = set.Set().size();
-    const std::vector<std::string> missing = Apply(edit, set, options.operands);
-    if (!file.Exists() || set.Set().size() != before) {
-        set.Save(file.WorkFile());
-        file.Commit();
-    }
+    const std::vector<std::string> missing = Apply(edit, set, options, in);
+    if (!file.Exists() || set.Set().size() != before)
+        Replace(file, set);
     if (!missing.empty())
         ThrowMissing(missing);
     return AllWell;
@@ -97,7 +114,7 @@ int Run(const StringsOptions& options, const Console& console, const std::functi
 int ListStrings(const StringsOptions& options, const Console& console)
 {
     return Run(options, console, [&] {
-        PersistentStringSet set = Read(options.file);
+        const PersistentStringSet set = SetOf(ReadInput(options.file, console.in));
         for (const std::string& string : set.Set())
             console.out << PrintableFileName(string) << '\n';
         return AllWell;
@@ -106,7 +123,7 @@ int ListStrings(const StringsOptions& options, const Console& console)
 
 int EditStrings(StringsEdit edit, const StringsOptions& options, const Console& console)
 {
-    return Run(options, console, [&] { return Edit(edit, options); });
+    return Run(options, console, [&] { return Edit(edit, options, console.in); });
 }
 
 } // namespace KivTool

@@ -12,12 +12,12 @@ namespace KivTool
 enum class StringsEdit {
     Add,    // operands are strings; the file need not exist
     Remove, // strings; SomethingFailed when one of them was not there
-    Union,  // files
-    Minus,  // files
+    Union,  // files; "-" is standard input
+    Minus,  // files, as for a union
 };
 
 struct StringsOptions {
-    std::string file;
+    std::string file; // "-" is standard input, which is not edited
     std::vector<std::string> operands;
     bool quiet = false;
 };

@@ -1,8 +1,11 @@
 #include "WalkCommand.h"
 
+#include <algorithm>
 #include <ostream>
 
+#include <KivBase/Handle.h>
 #include <KivFile/DirectoryWalker.h>
+#include <KivThread/ThreadException.h>
 #include <nlohmann/json.hpp>
 
 #include "Failure.h"
@@ -47,21 +50,59 @@ private:
     std::size_t m_count = 0;
 };
 
+constexpr const char* WILDCARDS = "*?";
+
+// The filter for the names as the house shows them: all that is not a wildcard is as the user wrote it. Without
+// wildcards it is a name. Otherwise dots and blanks are left as they are also where they end a piece, as that is not
+// where the name ends, and "*." means the names without an extension.
+std::string HouseFilter(const std::string& filter)
+{
+    if (filter.find_first_of(WILDCARDS) == filter.npos)
+        return KivSys::PathFromUser(filter);
+    constexpr char guard = 'x';
+    std::string result;
+    for (std::size_t begin = 0; begin <= filter.size();) {
+        const std::size_t end = std::min(filter.find_first_of(WILDCARDS, begin), filter.size());
+        result += KivSys::PathFromUser(filter.substr(begin, end - begin) + guard);
+        result.pop_back();
+        result.append(filter, end, 1);
+        begin = end + 1;
+    }
+    return result;
+}
+
+// The walk takes one that it may not list for an empty one.
+void CheckListable(const Path& directory)
+{
+    const std::string everything = directory.Directory() + '*';
+    KivSys::FindDataA found;
+    const Kiv::FindHandle search(KivSys::FindFirstFileA(everything.c_str(), &found, KivSys::FindBasicInfo));
+    if (!search.IsValid() && KivSys::GetLastError() != KivSys::ErrorFileNotFound)
+        KivThread::ThrowLastError();
+}
+
 void Walk(const WalkOptions& options, std::ostream& out)
 {
     const Path directory(KivSys::PathFromUser(options.directory));
     if (options.directory.empty() || !directory.IsDirectory())
         throw ToolError{"no such directory"};
+    CheckListable(directory);
     const auto printer = Kiv::MakeShared<Printer>(options.json, out);
     KivFile::DirectoryWalker walker;
     walker.AddHandler(printer);
-    walker.Walk(directory, options.filter, options.recursive,
+    walker.Walk(directory, HouseFilter(options.filter), options.recursive,
                 options.resumeAfter.empty() ? "" : KivSys::PathFromUser(options.resumeAfter));
     if (!options.resumeAfter.empty() && printer->Count() == 0)
         throw ToolError{PrintableFileName(options.resumeAfter) + " has not been met"};
 }
 
 } // namespace
+
+// What is a separator on this system stays one in the house.
+bool HoldsSeparator(const std::string& filter)
+{
+    return HouseFilter(filter).find_first_of("\\/") != filter.npos;
+}
 
 int PrintWalk(const WalkOptions& options, const Console& console)
 {
