@@ -54,6 +54,7 @@ TEST_F(SettingsTool, AChangeKeepsMarkAndLineEnds)
         {"\n[S]\r\nk = 1\n", native + "[S]" + native + "k = new" + native},
         {"\xEF\xBB\xBF[S]\r\nk = 1\r\n", "\xEF\xBB\xBF\r\n[S]\r\nk = new\r\n"},
         {"", native + "[S]" + native + "k = new" + native},
+        {"[S]\n\n k=new\n", "[S]\n\n k=new\n"}, // nothing to do
     };
     for (const auto& row : rows) {
         Make(row.before);

@@ -196,7 +196,12 @@ void Set(const ConfigOptions& options, const Console& console)
     EditedFile file(options.file);
     const Form form = FormOf(file.Content());
     ConfigFile config = Opened(file);
-    config.Set(InFile(*options.section, form), InFile(*options.key, form), InFile(options.value, form));
+    const WString section = InFile(*options.section, form);
+    const WString key = InFile(*options.key, form);
+    const WString value = InFile(options.value, form);
+    if (const WString* old = config.Get(section, key); old && *old == value)
+        return; // a file that is as it should be keeps its bytes
+    config.Set(section, key, value);
     const std::optional<std::string> content = SavedAsAsked(config, file, form, options);
     if (!content)
         throw ToolError{"this setting cannot be written so that it reads back"};
