@@ -6,6 +6,7 @@
 #include <iconv.h>
 #include <iterator>
 #include <map>
+#include <string_view>
 
 #include <platform/Conversion.h>
 
@@ -151,13 +152,21 @@ void Finish(iconv_t descriptor, Output<Unit>& output)
     Pump(descriptor, end, output);
 }
 
-// Converts all, calling replace(position) for each source unit that cannot be converted.
+// Converts all, calling replace(position) for each source unit that cannot be converted. The system may pass over some
+// units although it refuses them; it is given them again.
 template <class SourceUnit, class Unit, class Replace>
-void ConvertAll(iconv_t descriptor, const SourceUnit* source, int count, Output<Unit>& output, Replace replace)
+void ConvertAll(iconv_t descriptor, const SourceUnit* source, int count, Output<Unit>& output, Replace replace,
+                std::string_view passedOver = {})
 {
     Input input{reinterpret_cast<const char*>(source), static_cast<std::size_t>(count) * sizeof(SourceUnit)};
-    while (!Pump(descriptor, input, output)) {
+    for (const char* begin = input.bytes; !Pump(descriptor, input, output); begin = input.bytes) {
         Finish(descriptor, output);
+        if (std::string_view(begin, static_cast<std::size_t>(input.bytes - begin)).ends_with(passedOver)) {
+            input.bytes -= passedOver.size();
+            input.left += passedOver.size();
+        }
+        if (input.left < sizeof(SourceUnit))
+            break;
         replace(input.bytes);
         input.bytes += sizeof(SourceUnit);
         input.left -= sizeof(SourceUnit);
@@ -192,7 +201,8 @@ ByteTable MakeByteTable(iconv_t descriptor)
 // Both directions of one code page. What is opened stays open for the thread.
 struct CodePage {
     explicit CodePage(const CodePageRow& row)
-        : width(row.width), toWide(WIDE_NAME, row.name), fromWide(row.name, WIDE_NAME)
+        : width(row.width), passedOver(row.codePage == 949 ? "\xA2\xE8" : ""), toWide(WIDE_NAME, row.name),
+          fromWide(row.name, WIDE_NAME)
     {
         if (IsOpen() && width == Width::Single)
             table = MakeByteTable(toWide.Get());
@@ -202,6 +212,8 @@ struct CodePage {
     bool KeepsControl(WCHAR unit) const { return width == Width::Single && IsC1(unit) && table[unit] == unit; }
 
     Width width;
+    // The bytes that have no character and that the system's conversion refuses only behind them.
+    std::string_view passedOver;
     Descriptor toWide;
     Descriptor fromWide;
     ByteTable table{};
@@ -230,7 +242,8 @@ int LookUp(const ByteTable& table, const char* bytes, int count, WCHAR* units, i
 
 void ToWide(const CodePage& page, const char* bytes, int count, Output<WCHAR>& output)
 {
-    ConvertAll(page.toWide.Get(), bytes, count, output, [&](const char*) { output.Put(&REPLACEMENT, 1); });
+    const auto replace = [&](const char*) { output.Put(&REPLACEMENT, 1); };
+    ConvertAll(page.toWide.Get(), bytes, count, output, replace, page.passedOver);
 }
 
 void FromWide(const CodePage& page, const WCHAR* units, int count, Output<char>& output)

@@ -128,6 +128,7 @@ TEST(PosixText, BytesWithoutACharacterAreReplacedOneByOne)
     } rows[] = {
         {20127, "a\x85\xFFz", {'a', 0xFFFD, 0xFFFD, 'z'}},
         {932, "a\x82", {'a', 0xFFFD}},
+        {949, "\xA2\xE8x\xA2\xE8", {0xFFFD, 0xFFFD, 'x', 0xFFFD, 0xFFFD}},
         {54936, "\x81\x30\x84", {0xFFFD, '0', 0xFFFD}},
         {1258, "a\xDB", {'a', 0xDB}},
     };
