@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include <unistd.h>
@@ -58,6 +59,27 @@ Config::Table Normalised(const Config::Table& table)
     return result;
 }
 
+// Nothing where the file is invalid.
+std::optional<ConfigFile> Load(const std::string& name)
+{
+    try {
+        return ConfigFile(name, nullptr);
+    } catch (const Config::InvalidConfigException&) {
+        return std::nullopt;
+    }
+}
+
+// False where a line would become too complex to be read again.
+bool Save(ConfigFile& config, bool noMerge)
+{
+    try {
+        config.Save("", noMerge);
+        return true;
+    } catch (const Config::InvalidConfigException&) {
+        return false;
+    }
+}
+
 void ReadInEveryForm(const std::uint8_t* data, std::size_t size)
 {
     for (const Kiv::CHARSET charset : {Kiv::CHARSET::UTF8, Kiv::CHARSET::WIDE, Kiv::CHARSET::WINDOWS_1252}) {
@@ -76,14 +98,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const std::string name = FileName();
     ReadInEveryForm(data, size);
     Write(name, data, size);
-    try {
-        ConfigFile first(name, nullptr);
+    if (std::optional<ConfigFile> first = Load(name)) {
         for (const bool noMerge : {false, true}) {
-            first.Save("", noMerge);
-            const ConfigFile second(name, nullptr);
-            Require(Normalised(second.Data()) == Normalised(first.Data()));
+            if (!Save(*first, noMerge))
+                break;
+            const std::optional<ConfigFile> second = Load(name);
+            Require(second && Normalised(second->Data()) == Normalised(first->Data()));
         }
-    } catch (const Config::InvalidConfigException&) {
     }
     std::filesystem::remove(name);
     return 0;

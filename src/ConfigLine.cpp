@@ -137,11 +137,9 @@ ConfigLine ReadKey(WStringView text, const Unit* first, const Unit* last)
 
 } // namespace
 
-// Longer lines are left to the engine, which may find them too complex.
 bool IsPlainConfigLine(WStringView text)
 {
-    constexpr std::size_t LONGEST = 4096;
-    return text.size() <= LONGEST && std::ranges::all_of(text, IsPlainUnit);
+    return text.size() <= LONGEST_PLAIN_LINE && std::ranges::all_of(text, IsPlainUnit);
 }
 
 ConfigLine ReadPlainConfigLine(WStringView text)

@@ -28,7 +28,8 @@ struct ConfigLine {
 // engine.
 [[nodiscard]] ConfigLine ReadConfigLine(Kiv::WStringView text);
 
-// The two ways, which agree on every plain line.
+// The two ways, which agree on every plain line. Longer lines are left to the engine, which may find them too complex.
+constexpr std::size_t LONGEST_PLAIN_LINE = 4096;
 [[nodiscard]] bool IsPlainConfigLine(Kiv::WStringView text);
 [[nodiscard]] ConfigLine ReadPlainConfigLine(Kiv::WStringView text);
 [[nodiscard]] ConfigLine MatchConfigLine(Kiv::WStringView text);

@@ -306,6 +306,20 @@ private:
     WString m_out;
 };
 
+// Throws InvalidConfigException for text with a line that is too complex to be read again, which only those can be that
+// are not read by hand.
+void RequireReadable(WStringView text)
+{
+    while (text.size() > LONGEST_PLAIN_LINE) {
+        std::size_t end = text.rfind('\n', LONGEST_PLAIN_LINE);
+        if (end == text.npos) {
+            end = std::min(text.find('\n'), text.size());
+            (void)ReadConfigLine(text.substr(0, end));
+        }
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
 bool IsSamePath(const std::string& a, const std::string& b)
 {
     return PathT<char>(a) == PathT<char>(b);
@@ -349,7 +363,9 @@ void ConfigFile::Save(const std::string& fileName, bool noMerge)
     const auto old = ReadConfigText(target);
     const auto findDefaults = [this](WStringView section, Section& defaults) { FindDefaults(section, defaults); };
     Rewriter rewriter(Data(), findDefaults, old && !noMerge ? Keep::Everything : Keep::OwnOnly);
-    WriteConfigText(target, rewriter.Rewrite(old ? WStringView(*old) : WStringView()));
+    const WString text = rewriter.Rewrite(old ? WStringView(*old) : WStringView());
+    RequireReadable(text);
+    WriteConfigText(target, text);
     if (IsSamePath(target, m_fileName))
         KeepAsStored();
 }

@@ -94,7 +94,7 @@ void PersistentStringSet::Save(const std::string& fileName) const
     }
     // Writes out what is staged; Flush would wait for the medium.
     buffer.SeekP(0);
-    file.Resize(count, false);
+    file.Resize(count, true);
 }
 
 bool PersistentStringSet::operator==(const PersistentStringSet& other) const

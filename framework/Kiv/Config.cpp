@@ -88,7 +88,8 @@ void Config::Save(const std::string&, bool)
 
 void Config::KeepAsStored()
 {
-    m_stored = m_data;
+    Table copy = m_data;
+    m_stored.swap(copy);
 }
 
 void Config::LoadDefault(const Config& defaults)

@@ -41,8 +41,8 @@ constexpr Unit AsciiUpper(Unit unit)
     return unit >= 'a' && unit <= 'z' ? static_cast<Unit>(unit - ('a' - 'A')) : unit;
 }
 
-// What all letter-case forms of a unit have in common. It is the lower-case form but for letters with several of them,
-// such as the two small sigmas.
+// What all letter-case forms of a unit have in common. Mostly it is the lower-case form; not for letters with several
+// of them, such as the two small sigmas, nor for Cherokee.
 char Folded(char unit)
 {
     return AsciiLower(unit);

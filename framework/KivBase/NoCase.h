@@ -30,8 +30,8 @@ struct KIV_EXPORT NoCase {
     [[nodiscard]] static bool IsEqual(std::string_view a, std::string_view b) noexcept;
 };
 
-// The same for wide strings, by the simple Unicode case folding of each unit: its lower-case form, but for letters with
-// several of them (both small sigmas are the same).
+// The same for wide strings, by the simple Unicode case folding of each unit: mostly its lower-case form (both
+// small sigmas are the same).
 struct KIV_EXPORT WNoCase {
     using is_transparent = void;
     [[nodiscard]] bool operator()(WStringView a, WStringView b) const noexcept;

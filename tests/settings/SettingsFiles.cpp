@@ -194,6 +194,23 @@ TEST(SettingsFile, AMergingSaveJoinsAKeyThatIsRepeatedManyTimes)
     EXPECT_EQ(ValueOf(ConfigFile(file, nullptr), u"S"_w, u"k"_w).size(), 2u * 50'000 - 1);
 }
 
+TEST(SettingsFile, ALineThatCouldNotBeReadAgainIsNotWritten)
+{
+    const TemporaryDirectory directory;
+    std::string words;
+    for (int i = 0; i < 57398; ++i)
+        words += "w ";
+    const std::string text = Native("[S]\n k =" + words + "w\n");
+    ConfigFile config(directory.Make(text), nullptr);
+    ExpectInvalid([&] { config.Save("", false); });
+    config.Set(u"S"_w, u"k"_w, Kiv::Wide(words + words));
+    ExpectInvalid([&] { config.Save("", true); });
+    EXPECT_EQ(directory.Content(), text);
+    config.Set(u"S"_w, u"k"_w, WString(100'000, u'w'));
+    config.Save("", true);
+    EXPECT_EQ(ConfigFile(directory.File(), nullptr).Get(u"S"_w, u"k"_w)->size(), 100'000u);
+}
+
 TEST(SettingsFile, OnlyASaveToTheOwnFileChangesTheStoredCopy)
 {
     const TemporaryDirectory directory;
