@@ -126,22 +126,25 @@ constexpr unsigned int DEEPEST_VALUE = 16;
 // The last second of the year 3000, where the calendar of the Windows runtime ends.
 constexpr std::int64_t LAST_DATE = 32'535'215'999;
 
-// Sections and values of a well-formed set do not overlap, so reading each costs the set's size once; twice leaves
-// room for writers that store equal values once. Sets that need more are made to keep their reader busy.
+// Sections and values of a well-formed set do not overlap, so reading each costs the set's size once; twice and some
+// leaves room for writers that store equal values once. Sets that need more are made to keep their reader busy.
 constexpr std::uint64_t MOST_READS_OF_A_BYTE = 2;
+constexpr std::uint64_t READS_OF_SMALL_SETS = 4096;
 
 // Reads values of a property set from any position. A read that goes behind the end fails: it yields nothing, and so
 // do all that follow until the next Seek.
 class Reader
 {
 public:
-    explicit Reader(Buffer& buffer) : m_buffer(buffer), m_size(buffer.Size()), m_budget(m_size * MOST_READS_OF_A_BYTE)
+    explicit Reader(Buffer& buffer)
+        : m_buffer(buffer), m_size(buffer.Size()), m_budget(m_size * MOST_READS_OF_A_BYTE + READS_OF_SMALL_SETS),
+          m_windowsLeft(m_budget / WINDOW_SIZE)
     {
     }
 
     [[nodiscard]] bool HasFailed() const { return m_hasFailed; }
     // Whether as much has been read as a well-formed set holds. A read that would go beyond that fails.
-    [[nodiscard]] bool IsExhausted() const { return m_budget < sizeof(std::uint32_t); }
+    [[nodiscard]] bool IsExhausted() const { return m_budget < sizeof(std::uint32_t) || m_windowsLeft == 0; }
     [[nodiscard]] std::uint64_t Position() const { return m_position; }
 
     void Seek(std::uint64_t position)
@@ -162,6 +165,9 @@ public:
         return std::string_view(m_window).substr(static_cast<std::size_t>(m_position - m_windowStart) - n, n);
     }
 
+    // Counts what was made of bytes that were read like as many bytes.
+    void Spend(std::uint64_t n) { m_budget -= std::min(n, m_budget); }
+
     // The next value; 0 when it fails.
     template <class Value>
     [[nodiscard]] Value Read()
@@ -171,27 +177,40 @@ public:
     }
 
 private:
-    // Small values lie close together; most are read with others.
+    // Small values lie close together; most are read with others, and those of most sets all at once.
     static constexpr std::uint64_t WINDOW_SIZE = 512;
+    static constexpr std::uint64_t LARGEST_WINDOW = 65536;
 
-    // Brings the next n bytes into the window, which are there by the buffer's size.
+    // Brings the next n bytes into the window, which are there by the buffer's size. Some buffers take long over each
+    // place that they are asked for, so the windows are counted as the bytes are.
     bool HoldsInWindow(std::size_t n)
     {
-        if (m_position >= m_windowStart && m_position + n <= m_windowStart + m_window.size())
+        const std::uint64_t end = m_position + n;
+        if (m_position >= m_windowStart && end <= m_windowStart + m_window.size())
             return true;
-        m_window.resize(
-            static_cast<std::size_t>(std::max<std::uint64_t>(n, std::min(WINDOW_SIZE, m_size - m_position))));
-        m_windowStart = m_position;
-        m_buffer.SeekG(static_cast<unsigned int>(m_position));
-        m_window.resize(m_buffer.Get(m_window.data(), static_cast<unsigned int>(m_window.size())));
-        m_hasFailed = m_window.size() < n;
+        m_hasFailed = m_windowsLeft == 0;
+        if (m_hasFailed)
+            return false;
+        --m_windowsLeft;
+        m_windowStart = m_size <= LARGEST_WINDOW ? 0 : m_position;
+        const std::uint64_t windowEnd = std::max(end, std::min(m_windowStart + WINDOW_SIZE, m_size));
+        ReadWindow(m_size <= LARGEST_WINDOW ? m_size : windowEnd);
+        m_hasFailed = end > m_windowStart + m_window.size();
         return !m_hasFailed;
+    }
+
+    void ReadWindow(std::uint64_t end)
+    {
+        m_window.resize(static_cast<std::size_t>(end - m_windowStart));
+        m_buffer.SeekG(static_cast<unsigned int>(m_windowStart));
+        m_window.resize(m_buffer.Get(m_window.data(), static_cast<unsigned int>(m_window.size())));
     }
 
     Buffer& m_buffer;
     const std::uint64_t m_size;
     std::uint64_t m_position = 0;
     std::uint64_t m_budget;
+    std::uint64_t m_windowsLeft;
     std::string m_window;
     std::uint64_t m_windowStart = 0;
     bool m_hasFailed = false;
@@ -382,6 +401,7 @@ private:
                 joined.append({'\r', '\n'});
             joined += element.AsWString();
         }
+        m_reader.Spend(joined.size());
         return TextOrNothing(std::move(joined));
     }
 

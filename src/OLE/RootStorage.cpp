@@ -76,22 +76,25 @@ private:
         return m_source.Copy(m_destination, n) == n;
     }
 
-    // The block is filled with the part of the source in which the next pieces lie.
+    // The block is filled with the part of the source in which the next pieces lie, as far as it is there.
     [[nodiscard]] bool CopyNeighbours()
     {
         unsigned int begin = m_next->offset;
         unsigned int end = begin;
         const Iterator last = FindNeighbours(begin, end);
         m_source.SeekG(begin);
-        if (m_source.Get(m_block.data(), end - begin) < end - begin)
-            return false;
+        const unsigned int count = m_source.Get(m_block.data(), end - begin);
         unsigned int used = 0;
-        for (; m_next != last; ++m_next) {
-            std::memcpy(m_ordered.data() + used, m_block.data() + (m_next->offset - begin), m_next->size);
-            used += m_next->size;
+        bool isWhole = true;
+        for (; m_next != last && isWhole; ++m_next) {
+            const unsigned int from = std::min(m_next->offset - begin, count);
+            const unsigned int there = std::min(m_next->size, count - from);
+            std::memcpy(m_ordered.data() + used, m_block.data() + from, there);
+            used += there;
+            isWhole = there == m_next->size;
         }
         m_destination.Write(m_ordered.data(), used);
-        return true;
+        return isWhole;
     }
 
     // Where the pieces end that fit the block together and fill at least half of what is read for them, which is the

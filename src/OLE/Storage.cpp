@@ -64,8 +64,8 @@ void Storage::ReadStream(const Kiv::WString& name, Buffer& out) const
 }
 
 // One set of visited ids serves the whole tree: where storages share children, a second visit could add nothing, and
-// the work stays that of one visit. For the same reason it ends when more bytes have been read than the document has,
-// which only streams that overlap can do.
+// the work stays that of one visit. For the same reason it ends when twice as many bytes have been read as the document
+// has, which only streams that overlap can do.
 void Storage::Properties(PropertyStorage::EnumMap& byEnum, PropertyStorage::NameMap& byName) const
 {
     std::uint64_t bytesRead = 0;
@@ -75,7 +75,7 @@ void Storage::Properties(PropertyStorage::EnumMap& byEnum, PropertyStorage::Name
         std::vector<Item> streams;
         m_root->AppendItems(m_root->GetStorageEntries(storages[i].id, visited), storages, streams);
         for (const Item& stream : streams) {
-            if (bytesRead > m_root->m_sourceSize)
+            if (bytesRead / 2 > m_root->m_sourceSize)
                 return;
             if (MayHoldProperties(stream.name))
                 bytesRead += m_root->ReadProperties(stream.id, byEnum, byName);

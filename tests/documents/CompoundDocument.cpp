@@ -13,17 +13,20 @@ using Kiv::Literals::operator""_w;
 namespace
 {
 
-// A source that counts what is asked of it.
+// A source that counts what is asked of it, and may come to end early.
 struct CountingSource : Kiv::BinaryStreamBufWrapper {
     explicit CountingSource(Kiv::BinaryStreamBufT<unsigned int>& source) : BinaryStreamBufWrapper(source) {}
 
     unsigned int vGet(void* dst, unsigned int n) override
     {
         bytes += n;
-        return BinaryStreamBufWrapper::vGet(dst, n);
+        ++reads;
+        return BinaryStreamBufWrapper::vGet(dst, std::min(n, end - std::min(end, TellG())));
     }
 
     std::uint64_t bytes = 0;
+    std::uint64_t reads = 0;
+    unsigned int end = 0xFFFFFFFF;
 };
 
 struct OpenDocument {
@@ -238,6 +241,17 @@ TEST(DamagedDocument, AMissingDirectorySectorCostsItsEntriesOnly)
     EXPECT_FALSE(document.storage.IsDirectoryWhole());
     for (std::uint32_t id = 1; id < 12; ++id)
         EXPECT_EQ(Read(document.storage, id), id < 4 || id > 7 ? Content(u'a' + id - 1) : "") << id;
+    Poke(bytes, builder.FATOffset(second - 1), second - 1);
+    EXPECT_FALSE(OpenDocument(bytes).storage.IsDirectoryWhole()) << "it leads into itself";
+}
+
+TEST(DamagedDocument, ASourceThatBecameShorterYieldsWhatIsLeft)
+{
+    DocumentBuilder builder;
+    builder.AddStream(0, u"stream", Content(20000));
+    OpenDocument document(builder.Build());
+    document.source.end = 512 + 18000;
+    EXPECT_EQ(Read(document.storage, 1u), Content(20000).substr(0, 18000));
 }
 
 TEST(DamagedDocument, CutDocumentYieldsBeginningsOfItsStreams)
@@ -255,6 +269,21 @@ TEST(DamagedDocument, CutDocumentYieldsBeginningsOfItsStreams)
         EXPECT_TRUE(document.storage.Streams().size() == 3 || !document.storage.IsDirectoryWhole()) << size;
         (void)document.Properties();
     }
+}
+
+// A list of properties without values that lie at the two ends of the set in turn.
+TEST(HostileDocument, PropertiesFarFromEachOtherAreNotReadOneByOne)
+{
+    constexpr std::uint32_t COUNT = 50000, SIZE = 1'000'000;
+    std::string section = Bytes(SIZE, COUNT);
+    for (std::uint32_t i = 0; i < COUNT; ++i)
+        section += Bytes(2u, i % 2 == 0 ? SIZE - 4 : SIZE / 2);
+    section.resize(SIZE);
+    DocumentBuilder builder;
+    builder.AddStream(0, SUMMARY_NAME, PropertySet({{SUMMARY, section}}));
+    const OpenDocument document(builder.Build());
+    EXPECT_EQ(document.Properties(), "");
+    EXPECT_LT(document.source.reads, COUNT / 5);
 }
 
 // A hundred DIFAT sectors, each of which lists the one FAT sector 1023 times.

@@ -242,6 +242,8 @@ TEST(HostilePropertySet, ASharedTextHidesNothingBehindIt)
     const Pairs pairs = {{2, ""}, {3, ""}, {4, ""}, {5, ""}, {6, Text("after")}};
     const std::string words = Read(PropertySet({{SUMMARY, SectionSharing(pairs, 10000)}}));
     EXPECT_NE(words.find("Comments=after|"), words.npos);
+    const Pairs few = {{2, ""}, {3, ""}, {4, ""}, {5, ""}, {6, ""}, {7, ""}, {8, ""}, {9, ""}, {18, ""}};
+    EXPECT_EQ(std::ranges::count(Read(PropertySet({{SUMMARY, SectionSharing(few, 60)}})), '|'), 9);
 }
 
 TEST(HostilePropertySet, SectionsThatOverlapEndWithTheirBudget)
