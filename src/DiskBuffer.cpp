@@ -52,16 +52,26 @@ unsigned int DiskBuffer::vSeekP(unsigned int off, Origin origin, Direction direc
 unsigned int DiskBuffer::vGet(void* dst, unsigned int n)
 {
     m_get = std::min(m_get, m_size);
+    const unsigned int begin = m_get;
     const unsigned int count = std::min(n, m_size - m_get);
-    auto to = static_cast<unsigned char*>(dst);
+    try {
+        GetPieces(static_cast<unsigned char*>(dst), count);
+        EnsureOffsetInCache(m_get);
+    } catch (...) {
+        m_get = begin; // what was not delivered is not passed over
+        throw;
+    }
+    return count;
+}
+
+void DiskBuffer::GetPieces(unsigned char* dst, unsigned int count)
+{
     for (unsigned int left = count; left != 0;) {
         const unsigned int piece = PieceAt(m_get, left);
-        GetPiece(to, piece);
-        to += piece;
+        GetPiece(dst, piece);
+        dst += piece;
         left -= piece;
     }
-    EnsureOffsetInCache(m_get);
-    return count;
 }
 
 unsigned int DiskBuffer::vSeekG(unsigned int off, Origin origin, Direction direction)
@@ -77,6 +87,7 @@ void DiskBuffer::vFlush()
 
 void DiskBuffer::vClear()
 {
+    DropPutBack();
     m_file.reset();
     m_put = 0;
     vClearEnd();
@@ -204,12 +215,26 @@ unsigned int DiskBuffer::CachedBytes() const
 
 void DiskBuffer::PutPiece(const unsigned char* src, unsigned int n)
 {
-    if (IsInCache(m_put)) {
-        m_cache.SeekP(m_put - m_cacheStart);
-        m_dirty = true;
+    if (IsInCache(m_put))
+        PutIntoCache(src, n);
+    else
+        PutIntoFile(src, n);
+}
+
+void DiskBuffer::PutIntoCache(const unsigned char* src, unsigned int n)
+{
+    m_cache.SeekP(m_put - m_cacheStart);
+    m_dirty = true;
+    try {
         AdvancePut(m_cache.Put(src, n));
-        return;
+    } catch (...) {
+        AdvancePut(m_cacheStart + m_cache.TellP() - m_put);
+        throw;
     }
+}
+
+void DiskBuffer::PutIntoFile(const unsigned char* src, unsigned int n)
+{
     OpenAndSeek(m_put);
     try {
         WriteToFile(src, m_put, n);

@@ -195,8 +195,8 @@ unsigned int ICFileBufferT<unsigned int>::vSeekG(unsigned int off, Origin origin
         MoveFile(stagedEnd);
         m_staging->SeekG(target - stagedStart);
     } else {
-        vClear();
         MoveFile(target);
+        vClear();
     }
     return target;
 }
@@ -233,9 +233,22 @@ bool ICFileBufferT<unsigned int>::vEndOfFile() const
     return m_file->EndOfFile() && UnreadIn(m_staging) == 0;
 }
 
+// A failure leaves nothing staged, and the file where it was if it can be moved.
 void ICFileBufferT<unsigned int>::FillStaging()
 {
     m_staging->Clear();
+    const unsigned int begin = m_file->Tell();
+    try {
+        StagePieces();
+    } catch (...) {
+        m_staging->Clear();
+        MoveFileBack(begin);
+        throw;
+    }
+}
+
+void ICFileBufferT<unsigned int>::StagePieces()
+{
     unsigned char piece[LARGEST_PIECE];
     for (unsigned int left = m_capacity; left != 0;) {
         const unsigned int n = m_file->Read(piece, 1, std::min(left, LARGEST_PIECE), false);
@@ -244,6 +257,14 @@ void ICFileBufferT<unsigned int>::FillStaging()
         m_staging->Put(piece, n);
         left -= n;
     }
+}
+
+void ICFileBufferT<unsigned int>::MoveFileBack(unsigned int position)
+try {
+    if (m_file->Tell() != position)
+        MoveFile(position);
+} catch (const FileException&) {
+    // A pipe does not give its bytes again.
 }
 
 // Reads up to n bytes past staging, less only at the end of the file.

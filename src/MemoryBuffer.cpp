@@ -152,7 +152,7 @@ unsigned int MemoryBuffer::PutAcrossBlocks(const void* src, unsigned int n)
                             if (from == nullptr) {
                                 std::memset(piece, 0, length);
                             } else {
-                                std::memcpy(piece, from, length);
+                                std::memmove(piece, from, length);
                                 from += length;
                             }
                             m_size = std::max(m_size, m_put + length);

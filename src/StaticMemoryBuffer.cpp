@@ -39,7 +39,7 @@ unsigned int StaticMemoryBuffer::vPut(const void* src, unsigned int n)
     RequireMutable("StaticMemoryBuffer::Put: Buffer is const!");
     const unsigned int count = std::min(n, m_size - m_put);
     if (count != 0)
-        std::memcpy(m_data + m_put, src, count);
+        std::memmove(m_data + m_put, src, count); // the source may be this span
     m_put += count;
     return count;
 }

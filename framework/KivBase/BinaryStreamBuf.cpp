@@ -130,15 +130,15 @@ unsigned int StreamBuf::CopyPutBack(WString& out, unsigned int n)
 {
     const unsigned int taken = std::min(n, PutBackUnread());
     AppendUnits(out, UnreadPutBack(), taken);
-    unsigned char unit[2] = {};
-    if (taken % 2 != 0)
-        unit[0] = UnreadPutBack()[taken - 1];
-    ConsumePutBack(taken);
-    if (taken % 2 == 0 || taken == n)
+    if (taken % 2 == 0 || taken == n) {
+        ConsumePutBack(taken);
         return taken;
-
+    }
     // The last byte put back is half a code unit; its other half is the next byte of the content.
+    ConsumePutBack(taken - 1);
+    unsigned char unit[2] = {*UnreadPutBack(), 0};
     const unsigned int joined = vGet(unit + 1, 1);
+    ConsumePutBack(1);
     AppendUnits(out, unit, 1 + joined);
     return taken + joined;
 }

@@ -113,9 +113,10 @@ public:
                               Direction direction = Kiv::BinaryStreamBufT<unsigned int>::Forward);
     [[nodiscard]] virtual unsigned int Size() const;
     // Cuts or lengthens the file to newSize, where the file pointer is then too. Nothing happens when that is the size
-    // already, unless forced. Throws FileException on failure; the size is then the old one, the position may be newSize.
+    // already, unless forced. Throws FileException on failure; the size is then the old one, the position may be
+    // newSize.
     virtual void Resize(unsigned int newSize, bool force);
-    // Pushes the system's buffers of a writable file to the medium.
+    // Pushes the system's buffers of a writable file to the medium. What the medium refuses is not told.
     virtual void Flush();
     // Lengthens the file by count bytes at its end, where the file pointer is then too. Throws FileException on
     // failure.

@@ -91,6 +91,8 @@ protected:
 
 private:
     void FillStaging();
+    void StagePieces();
+    void MoveFileBack(unsigned int position);
     unsigned int ReadFile(void* dst, unsigned int n);
     void MoveFile(unsigned int position);
     unsigned int MoveFileFromEnd(unsigned int off, Direction direction);

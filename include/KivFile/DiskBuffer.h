@@ -74,7 +74,10 @@ private:
     [[nodiscard]] unsigned int PieceAt(unsigned int offset, unsigned int n) const;
     [[nodiscard]] unsigned int CachedBytes() const;
     void PutPiece(const unsigned char* src, unsigned int n);
+    void PutIntoCache(const unsigned char* src, unsigned int n);
+    void PutIntoFile(const unsigned char* src, unsigned int n);
     void AdvancePut(unsigned int count);
+    void GetPieces(unsigned char* dst, unsigned int count);
     void GetPiece(unsigned char* dst, unsigned int n);
     unsigned int Seek(unsigned int& position, unsigned int off, Origin origin, Direction direction);
 

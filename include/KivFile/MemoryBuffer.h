@@ -48,7 +48,7 @@ protected:
         unsigned char* const room = src != nullptr && m_put <= m_size ? m_putBlock.Find(m_put, n) : nullptr;
         if (room == nullptr)
             return PutAcrossBlocks(src, n);
-        std::memcpy(room, src, n);
+        std::memmove(room, src, n); // the source may be this buffer
         m_put += n;
         if (m_put > m_size)
             m_size = m_put;

@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include <platform/posix/Errors.h>
 #include <platform/posix/Object.h>
@@ -44,6 +45,12 @@ int Resumed(Call call)
     return result;
 }
 
+std::string Absolute(const std::string& path)
+{
+    const std::unique_ptr<char, void (*)(void*)> current(::getcwd(nullptr, 0), std::free);
+    return path.front() == '/' || !current ? path : std::string(current.get()) + '/' + path;
+}
+
 // A file and its descriptor.
 class File : public Object
 {
@@ -66,15 +73,9 @@ public:
 
     int Descriptor() const override { return m_descriptor; }
     // Removes the file's name when the file is closed.
-    void DeleteOnClose(const std::string& path) { m_deletePath = Absolute(path); }
+    void DeleteOnClose(std::string&& absolutePath) noexcept { m_deletePath = std::move(absolutePath); }
 
 private:
-    static std::string Absolute(const std::string& path)
-    {
-        const std::unique_ptr<char, void (*)(void*)> current(::getcwd(nullptr, 0), std::free);
-        return path.front() == '/' || !current ? path : std::string(current.get()) + '/' + path;
-    }
-
     // The name may stand for another file by now.
     void DeleteName() const
     {
@@ -215,12 +216,13 @@ void Advise(const File& file, const Request& request)
 HANDLE CreateNativeFile(const Request& request)
 {
     bool existed = false;
+    // Known before there is a file that would stay.
+    std::string deletePath = request.Has(FlagDeleteOnClose) ? Absolute(request.path) : std::string();
     FilePointer file = Open(request, existed);
     if (!file)
         return InvalidHandle();
     Advise(*file, request);
-    if (request.Has(FlagDeleteOnClose))
-        file->DeleteOnClose(request.path);
+    file->DeleteOnClose(std::move(deletePath));
     SetLastError(existed && request.MayCreate() ? ErrorAlreadyExists : ErrorSuccess);
     return HandleOf(file.release());
 }

@@ -1,8 +1,8 @@
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <pthread.h>
 #include <string>
-#include <system_error>
 #include <thread>
 
 #include <platform/posix/Errors.h>
@@ -60,17 +60,15 @@ bool ResetEvent(HANDLE event)
 }
 
 HANDLE CreateThread(ThreadStart start, void* parameter, const char* name)
-{
+try {
     constexpr std::size_t longestName = 15;
     const auto end = std::make_shared<Event>(true);
     auto thread = std::make_unique<Thread>(end);
-    try {
-        std::thread(RunThread, start, parameter, std::string(name).substr(0, longestName), end).detach();
-    } catch (const std::system_error&) {
-        SetLastError(ErrorNotEnoughMemory);
-        return nullptr;
-    }
+    std::thread(RunThread, start, parameter, std::string(name).substr(0, longestName), end).detach();
     return HandleOf(thread.release());
+} catch (const std::exception&) {
+    SetLastError(ErrorNotEnoughMemory); // or as many threads as there may be
+    return nullptr;
 }
 
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds)

@@ -61,6 +61,10 @@ TEST(StaticMemoryBuffer, TakesWhatFitsWhileACopyCountsWhatWasThere)
     MemoryBuffer strict(memory, 10, 4);
     EXPECT_THROW(strict.Copy(static_cast<Kiv::BaseBinaryStreamBuf&>(target), 10), Kiv::BinaryStreamPutEOFException);
     EXPECT_EQ(strict.TellG(), 0u);
+    target.SeekP(0);
+    target.SeekG(2);
+    EXPECT_EQ(target.Copy(static_cast<Kiv::BaseBinaryStreamBuf&>(target), 6), 6u);
+    EXPECT_STREQ(memory, "012345678923456767#");
 }
 
 } // namespace

@@ -1,4 +1,5 @@
-// Failures in the middle of a write, which only this system lets a test bring about.
+// Failures in the middle of the work, which only this system lets a test bring about.
+#include <unistd.h>
 
 #include <KivFile/CFileBuffer.h>
 #include <KivFile/DiskBuffer.h>
@@ -58,6 +59,40 @@ TEST(FullDisk, DiskBufferCountsWhatAFailedPutStored)
         buffer.Write("d", 1);
         EXPECT_EQ(ContentOf(buffer), std::string(40, 'c') + 'd');
     }
+}
+
+TEST(FullDisk, AReadThatCannotMoveTheWindowPassesOverNothing)
+{
+    const TemporaryDirectory directory;
+    KivFile::DiskBuffer buffer(directory.Path(), 16, 16);
+    buffer.Write("0123456789abcdef0123456789ABCDEF", 32);
+    buffer.Write("dirty...", 8);
+    std::string text;
+    {
+        const FileSizeLimit limit(34);
+        EXPECT_THROW(buffer.Copy(text, 8), KivFile::WriteErrorException);
+        EXPECT_EQ(buffer.TellG(), 0u);
+    }
+    text.clear();
+    EXPECT_EQ(buffer.Copy(text, 40), 40u);
+    EXPECT_EQ(text, "0123456789abcdef0123456789ABCDEFdirty...");
+}
+
+TEST(Pipe, KeepsWhatIsStagedWhenASeekFails)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    ASSERT_EQ(::write(ends[1], "abcdefghij", 10), 10);
+    ::close(ends[1]);
+    File file("/dev/fd/" + std::to_string(ends[0]));
+    file.Open(File::OpenMode::Read);
+    KivFile::ICFileBufferT<unsigned int> in(&file, 8);
+    std::string text;
+    in.Copy(text, 4);
+    EXPECT_THROW(in.SeekG(1000), KivFile::FileException);
+    in.Copy(text, 6);
+    EXPECT_EQ(text, "abcdefghij");
+    ::close(ends[0]);
 }
 
 TEST(FullDisk, AFailedReadLeavesNoOldBytesInTheWindow)
