@@ -230,8 +230,10 @@ void PathT<T>::CompleteAttributes() const
 template <class T>
 void PathT<T>::RefreshInfo() const
 {
+    // The system would take what stands before a zero for the path.
+    const bool isPath = m_fullPath.find(T{}) == String::npos;
     KivSys::FileAttributeData data;
-    if (!PathCalls<T>::GetFileAttributesExWrp(m_fullPath.c_str(), &data))
+    if (!isPath || !PathCalls<T>::GetFileAttributesExWrp(m_fullPath.c_str(), &data))
         return;
     m_attributes = static_cast<std::int32_t>(data.attributes);
     m_size = std::uint64_t{data.sizeHigh} << 32 | data.sizeLow;

@@ -168,6 +168,7 @@ TYPED_TEST(PathText, OfAFileIsAskedForUntilItIsThereAndThenRemembered)
     WriteText(file, "12345");
     EXPECT_TRUE(path.IsFile() && path.IsReadable() && path.IsWritable() && !path.IsDirectory() && path.Size() == 5);
     EXPECT_GT(path.GetLastModificationDate().Seconds(), 1500000000);
+    EXPECT_FALSE(this->Of(file + std::string("\0x", 2)).Exists()) << "a zero does not end a name";
 
     KivSys::UnlinkA(file.c_str());
     auto copy = path;
