@@ -131,6 +131,9 @@ constexpr std::int64_t LAST_DATE = 32'535'215'999;
 constexpr std::uint64_t MOST_READS_OF_A_BYTE = 2;
 constexpr std::uint64_t READS_OF_SMALL_SETS = 4096;
 
+// The longest that a byte becomes in words: "255" and a line end.
+constexpr std::uint64_t MOST_UNITS_OF_A_BYTE = 5;
+
 // Reads values of a property set from any position. A read that goes behind the end fails: it yields nothing, and so
 // do all that follow until the next Seek.
 class Reader
@@ -138,7 +141,7 @@ class Reader
 public:
     explicit Reader(Buffer& buffer)
         : m_buffer(buffer), m_size(buffer.Size()), m_budget(m_size * MOST_READS_OF_A_BYTE + READS_OF_SMALL_SETS),
-          m_windowsLeft(m_budget / WINDOW_SIZE)
+          m_windowsLeft(m_budget / WINDOW_SIZE), m_unitsLeft(m_size * MOST_UNITS_OF_A_BYTE)
     {
     }
 
@@ -165,8 +168,14 @@ public:
         return std::string_view(m_window).substr(static_cast<std::size_t>(m_position - m_windowStart) - n, n);
     }
 
-    // Counts what was made of bytes that were read like as many bytes.
-    void Spend(std::uint64_t n) { m_budget -= std::min(n, m_budget); }
+    // Whether n more units of text may be made of vectors: no more than of a well-formed set, whose vectors do not
+    // overlap.
+    [[nodiscard]] bool TakeUnits(std::uint64_t n)
+    {
+        const bool isThere = n <= m_unitsLeft;
+        m_unitsLeft -= isThere ? n : 0;
+        return isThere;
+    }
 
     // The next value; 0 when it fails.
     template <class Value>
@@ -211,6 +220,7 @@ private:
     std::uint64_t m_position = 0;
     std::uint64_t m_budget;
     std::uint64_t m_windowsLeft;
+    std::uint64_t m_unitsLeft;
     std::string m_window;
     std::uint64_t m_windowStart = 0;
     bool m_hasFailed = false;
@@ -401,8 +411,8 @@ private:
                 joined.append({'\r', '\n'});
             joined += element.AsWString();
         }
-        m_reader.Spend(joined.size());
-        return TextOrNothing(std::move(joined));
+        joined.shrink_to_fit();
+        return m_reader.TakeUnits(joined.size()) ? TextOrNothing(std::move(joined)) : Variant();
     }
 
     Variant ReadText()
@@ -509,14 +519,19 @@ void PropertyStorage::Properties(AllMap& all) const
     EnumMap byEnum;
     NameMap byName;
     Properties(byEnum, byName);
-    MergePropertyMap(byEnum, byName, all);
+    MergePropertyMap(std::move(byEnum), std::move(byName), all);
 }
 
 void PropertyStorage::MergePropertyMap(const EnumMap& byEnum, const NameMap& byName, AllMap& all)
 {
-    for (const auto& [property, value] : byEnum)
-        all.emplace(PropertyName(property), value);
-    all.insert(byName.begin(), byName.end());
+    MergePropertyMap(EnumMap(byEnum), NameMap(byName), all);
+}
+
+void PropertyStorage::MergePropertyMap(EnumMap&& byEnum, NameMap&& byName, AllMap& all)
+{
+    for (auto& [property, value] : byEnum)
+        all.emplace(PropertyName(property), std::move(value));
+    all.insert(std::make_move_iterator(byName.begin()), std::make_move_iterator(byName.end()));
 }
 
 const char* PropertyStorage::PropertyName(PROPERTY_ENUM property)

@@ -1,6 +1,7 @@
 #include <KivFile/OLE/Storage.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace KivFile::OLE
 {
@@ -88,7 +89,7 @@ void Storage::Properties(PropertyStorage::AllMap& all) const
     PropertyStorage::EnumMap byEnum;
     PropertyStorage::NameMap byName;
     Properties(byEnum, byName);
-    PropertyStorage::MergePropertyMap(byEnum, byName, all);
+    PropertyStorage::MergePropertyMap(std::move(byEnum), std::move(byName), all);
 }
 
 } // namespace KivFile::OLE

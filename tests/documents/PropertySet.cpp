@@ -59,16 +59,21 @@ std::string Repeated(unsigned int times, const std::string& bytes)
     return repeated;
 }
 
-// A section whose properties without a value share one long text.
-std::string SectionSharing(const Pairs& pairs, std::size_t textSize)
+std::string LongText(std::size_t size)
+{
+    return Text(std::string(size, 'x'));
+}
+
+// A section whose properties without a value share this one.
+std::string SectionSharing(const Pairs& pairs, const std::string& value)
 {
     std::string section = Section(pairs);
-    for (std::size_t i = 0; const auto& [id, value] : pairs) {
+    for (std::size_t i = 0; const auto& [id, own] : pairs) {
         i += 8;
-        if (value.empty())
+        if (own.empty())
             Poke(section, i + 4, Count(section.size()));
     }
-    return section + Text(std::string(textSize, 'x'));
+    return section + value;
 }
 
 } // namespace
@@ -232,18 +237,38 @@ TEST(HostilePropertySet, OneLongTextIsNotConvertedForEveryProperty)
         pairs.front().second += Name(id, Bytes(id, '\0'));
         pairs.push_back({id, ""});
     }
-    const std::string set = PropertySet({{USER_DEFINED, SectionSharing(pairs, 200000)}});
+    const std::string set = PropertySet({{USER_DEFINED, SectionSharing(pairs, LongText(200000))}});
     EXPECT_LT(Read(set).size(), 3 * set.size());
+}
+
+// Vectors of their own are all read, though a byte becomes the most that it can; shared ones end with a limit.
+TEST(HostilePropertySet, VectorsInWordsAreNoMoreThanASetCanHold)
+{
+    constexpr std::uint32_t COUNT = 300;
+    const std::string vector = Bytes(0x1011u, 1024u) + std::string(1024, '\xFF');
+    Pairs own = {{0, Bytes(COUNT)}};
+    for (std::uint32_t id = 2; id < COUNT + 2; ++id) {
+        own.front().second += Name(id, std::to_string(id) + '\0');
+        own.push_back({id, vector});
+    }
+    Pairs shared = own;
+    for (auto property = shared.begin() + 1; property != shared.end(); ++property)
+        property->second.clear();
+    const auto count = [](const std::string& section) {
+        return std::ranges::count(Read(PropertySet({{USER_DEFINED, section}})), '=');
+    };
+    EXPECT_EQ(count(Section(own)), COUNT);
+    EXPECT_LT(count(SectionSharing(shared, vector)), 20);
 }
 
 // What shares a long text may be left out beyond a limit, but costs no other property.
 TEST(HostilePropertySet, ASharedTextHidesNothingBehindIt)
 {
     const Pairs pairs = {{2, ""}, {3, ""}, {4, ""}, {5, ""}, {6, Text("after")}};
-    const std::string words = Read(PropertySet({{SUMMARY, SectionSharing(pairs, 10000)}}));
+    const std::string words = Read(PropertySet({{SUMMARY, SectionSharing(pairs, LongText(10000))}}));
     EXPECT_NE(words.find("Comments=after|"), words.npos);
     const Pairs few = {{2, ""}, {3, ""}, {4, ""}, {5, ""}, {6, ""}, {7, ""}, {8, ""}, {9, ""}, {18, ""}};
-    EXPECT_EQ(std::ranges::count(Read(PropertySet({{SUMMARY, SectionSharing(few, 60)}})), '|'), 9);
+    EXPECT_EQ(std::ranges::count(Read(PropertySet({{SUMMARY, SectionSharing(few, LongText(60))}})), '|'), 9);
 }
 
 TEST(HostilePropertySet, SectionsThatOverlapEndWithTheirBudget)

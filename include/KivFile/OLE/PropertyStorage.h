@@ -97,8 +97,9 @@ public:
     // Equal names are all kept.
     void Properties(AllMap& all) const;
 
-    // Adds both maps to all as the second form of Properties does.
+    // Adds both maps to all as the second form of Properties does; the second form here moves the values there.
     static void MergePropertyMap(const EnumMap& byEnum, const NameMap& byName, AllMap& all);
+    static void MergePropertyMap(EnumMap&& byEnum, NameMap&& byName, AllMap& all);
 
     // The name of a well-known property, such as "Title"; empty for a value outside the enumeration.
     [[nodiscard]] static const char* PropertyName(PROPERTY_ENUM property);
