@@ -239,22 +239,17 @@ std::size_t EndOfLastParent(std::string_view path)
     return 0;
 }
 
-bool AreSameFile(const std::string& a, const std::string& b)
-{
-    struct stat statusA, statusB;
-    return ::stat(a.c_str(), &statusA) == 0 && ::stat(b.c_str(), &statusB) == 0 && statusA.st_dev == statusB.st_dev &&
-           statusA.st_ino == statusB.st_ino;
-}
-
 // The house resolves ".." by the text, the system behind links by where they lead. Where that differs, the beginning of
 // a path is replaced by what it is without links.
 std::string WithoutParentsOfLinks(const std::string& path)
 {
     const std::size_t end = EndOfLastParent(path);
-    const std::string beginning = path.substr(0, end);
-    if (end == 0 || AreSameFile(beginning, std::filesystem::path(beginning).lexically_normal().string()))
+    if (end == 0)
         return path;
-    return RealPath(beginning) + path.substr(end);
+    const std::filesystem::path beginning = path.substr(0, end);
+    std::error_code error;
+    const bool isSame = std::filesystem::equivalent(beginning, beginning.lexically_normal(), error);
+    return isSame ? path : RealPath(beginning.string()) + path.substr(end);
 }
 
 void RemoveSeparatorsAtEnd(std::string& native)

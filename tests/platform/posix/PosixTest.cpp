@@ -3,6 +3,8 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <platform/posix/Paths.h>
+
 #include "../Folder.h"
 
 namespace
@@ -43,17 +45,12 @@ TEST(PosixPaths, ParentsBehindLinksAreThoseThatTheSystemFinds)
     fs::create_directories(root / "real/sub");
     fs::create_directory_symlink("real/sub", root / "link");
     fs::create_symlink("link/../file", root / "file");
-    const auto house = [&root](const std::string& name) {
-        std::string path = (root / name).string();
-        std::replace(path.begin(), path.end(), '/', '\\');
-        return path;
-    };
     for (const std::string user : {"real/../x", "link/x", "missing/../x", "../x/..", "x"})
         EXPECT_EQ(PathFromUser((root / user).string()), (root / user).string()) << "the text says the same";
     EXPECT_EQ(PathFromUser((root / "link/../x").string()), (root / "real/x").string());
     EXPECT_EQ(PathFromUser((root / "link/x/../../y").string()), (root / "link/x/../../y").string()) << "leads nowhere";
     EXPECT_EQ(PathFromUser((root / "link/..").string()), (root / "real").string());
-    EXPECT_EQ(FollowLinks(house("file")), house("real/file"));
+    EXPECT_EQ(FollowLinks(HousePath((root / "file").string())), HousePath((root / "real/file").string()));
 }
 
 TEST(PosixAttributes, ComeFromTheNameTheModeTheLinkAndTheExtendedAttribute)
