@@ -201,17 +201,19 @@ private:
         if (m_hasFailed)
             return false;
         --m_windowsLeft;
-        m_windowStart = m_size <= LARGEST_WINDOW ? 0 : m_position;
-        const std::uint64_t windowEnd = std::max(end, std::min(m_windowStart + WINDOW_SIZE, m_size));
-        ReadWindow(m_size <= LARGEST_WINDOW ? m_size : windowEnd);
+        if (m_size <= LARGEST_WINDOW)
+            ReadWindow(0, m_size);
+        else
+            ReadWindow(m_position, std::max(end, std::min(m_position + WINDOW_SIZE, m_size)));
         m_hasFailed = end > m_windowStart + m_window.size();
         return !m_hasFailed;
     }
 
-    void ReadWindow(std::uint64_t end)
+    void ReadWindow(std::uint64_t begin, std::uint64_t end)
     {
-        m_window.resize(static_cast<std::size_t>(end - m_windowStart));
-        m_buffer.SeekG(static_cast<unsigned int>(m_windowStart));
+        m_windowStart = begin;
+        m_window.resize(static_cast<std::size_t>(end - begin));
+        m_buffer.SeekG(static_cast<unsigned int>(begin));
         m_window.resize(m_buffer.Get(m_window.data(), static_cast<unsigned int>(m_window.size())));
     }
 
@@ -531,7 +533,7 @@ void PropertyStorage::MergePropertyMap(EnumMap&& byEnum, NameMap&& byName, AllMa
 {
     for (auto& [property, value] : byEnum)
         all.emplace(PropertyName(property), std::move(value));
-    all.insert(std::make_move_iterator(byName.begin()), std::make_move_iterator(byName.end()));
+    all.merge(byName);
 }
 
 const char* PropertyStorage::PropertyName(PROPERTY_ENUM property)

@@ -66,9 +66,6 @@ public:
         // Where a mini stream that outgrows the memory has its spill file.
         [[nodiscard]] const std::string& TempPath() const { return m_tempPath; }
 
-        // As Storage::IsDirectoryWhole.
-        [[nodiscard]] bool IsDirectoryWhole() const { return m_isDirectoryWhole; }
-
         // As Storage::ReadStream by id.
         void ReadStream(std::uint32_t id, Kiv::BinaryStreamBufT<unsigned int>& out) const;
 
@@ -161,7 +158,7 @@ public:
 
     // Whether the document's directory was found to its end. Of a document that was cut short it mostly is not, and
     // then the lists of all its storages may lack entries.
-    [[nodiscard]] bool IsDirectoryWhole() const { return m_root->IsDirectoryWhole(); }
+    [[nodiscard]] bool IsDirectoryWhole() const { return m_root->m_isDirectoryWhole; }
 
     // The children, in ascending order of their ids. A damaged document may list a storage inside itself.
     [[nodiscard]] const std::vector<Item>& Storages() const { return m_storages; }
