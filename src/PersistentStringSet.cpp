@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <string_view>
 #include <vector>
 
 #include <KivFile/CFileBuffer.h>
@@ -66,6 +65,11 @@ void PersistentStringSet::Load(const std::string& fileName)
     } catch (const FileException&) {
         return;
     }
+    LoadText(text);
+}
+
+void PersistentStringSet::LoadText(std::string_view text)
+{
     std::vector<std::string_view> pieces = Cut(text);
     if (!std::ranges::is_sorted(pieces))
         std::ranges::sort(pieces);

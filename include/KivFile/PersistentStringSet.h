@@ -3,6 +3,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 
 #include <KivFile/Export.h>
 
@@ -35,6 +36,9 @@ public:
     // name: the strings stay as they were. Throws std::bad_alloc for a file that memory cannot hold, with the same
     // result.
     void Load(const std::string& fileName);
+    // Replaces the strings by those of a text as a file holds it. The name stays. Throws std::bad_alloc, with the
+    // strings as they were.
+    void LoadText(std::string_view text);
 
     // Writes the strings to a file, by the same rule of the name; a longer old file is cut. An empty set writes
     // nothing at all, so that an old file keeps its strings.

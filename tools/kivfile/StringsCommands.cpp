@@ -1,6 +1,5 @@
 #include "StringsCommands.h"
 
-#include <algorithm>
 #include <functional>
 #include <ostream>
 #include <string_view>
@@ -19,19 +18,14 @@ namespace
 
 using KivFile::PersistentStringSet;
 
-// The set that a file with these bytes holds. The set's own way to load it opens the file again, which a pipe does not
-// bear, and takes one that cannot be read for an empty one.
+// The set that a file with these bytes holds. The set itself would open the file again, which a pipe does not bear, and
+// take one that cannot be read for an empty one.
 PersistentStringSet SetOf(std::string_view bytes)
 {
     if (bytes.find('\0') != bytes.npos)
         throw ToolError{"is no text: it holds a zero byte"};
     PersistentStringSet set;
-    for (std::string_view text = TextOf(bytes); !text.empty();) {
-        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
-        if (end > 0)
-            set.Set().emplace_hint(set.Set().end(), text.substr(0, end)); // most files are in order
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
+    set.LoadText(TextOf(bytes));
     return set;
 }
 
