@@ -165,9 +165,8 @@ std::string Saved(ConfigFile& config, const EditedFile& file, const Form& form)
     return BytesOf(ReadBytes(file.WorkFile()), form);
 }
 
-// The content, unless the setting does not read back from it. It may even make the whole of it invalid.
-std::optional<std::string> SavedAsAsked(ConfigFile& config, const EditedFile& file, const Form& form,
-                                        const ConfigOptions& options)
+// The same, with a ToolError for a setting that does not read back. It may even make the whole file invalid.
+std::string SavedAsAsked(ConfigFile& config, const EditedFile& file, const Form& form, const ConfigOptions& options)
 {
     try {
         std::string content = Saved(config, file, form);
@@ -177,7 +176,7 @@ std::optional<std::string> SavedAsAsked(ConfigFile& config, const EditedFile& fi
             return content;
     } catch (const ConfigFile::InvalidConfigException&) {
     }
-    return std::nullopt;
+    throw ToolError{"this setting cannot be written so that it reads back"};
 }
 
 // Puts the new content in the file's place, or shows what that would do.
@@ -202,10 +201,7 @@ void Set(const ConfigOptions& options, const Console& console)
     if (const WString* old = config.Get(section, key); old && *old == value)
         return; // a file that is as it should be keeps its bytes
     config.Set(section, key, value);
-    const std::optional<std::string> content = SavedAsAsked(config, file, form, options);
-    if (!content)
-        throw ToolError{"this setting cannot be written so that it reads back"};
-    Finish(file, *content, options, console);
+    Finish(file, SavedAsAsked(config, file, form, options), options, console);
 }
 
 void Unset(const ConfigOptions& options, const Console& console)
